@@ -1,0 +1,109 @@
+#include "tests/support/child.h"
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace zor::test {
+
+namespace {
+
+constexpr int kFailedExpectations = 99;
+
+[[noreturn]] void runBody(const std::function<int()> &body, int output) {
+    dup2(output, STDOUT_FILENO);
+    dup2(output, STDERR_FILENO);
+    const int code = body();
+    std::fflush(nullptr);
+    _exit(::testing::Test::HasFailure() ? kFailedExpectations : code);
+}
+
+int millisecondsLeft(std::chrono::steady_clock::time_point deadline) {
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    return left.count() > 0 ? static_cast<int>(left.count()) : 0;
+}
+
+/** Reads to the end of the pipe, or until time runs out: then the child is killed. */
+std::string readOutput(int input, pid_t child, int timeoutSeconds) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(timeoutSeconds);
+    std::string output;
+    for (;;) {
+        pollfd ready{input, POLLIN, 0};
+        const int count = poll(&ready, 1, millisecondsLeft(deadline));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0) {
+            kill(child, SIGKILL);
+            return output + "\n[the child was killed: its time ran out]\n";
+        }
+        char buffer[4096];
+        const ssize_t got = read(input, buffer, sizeof buffer);
+        if (got <= 0)
+            return output;
+        output.append(buffer, static_cast<size_t>(got));
+    }
+}
+
+} // namespace
+
+ChildResult runInChild(const std::function<int()> &body, int timeoutSeconds) {
+    std::fflush(nullptr);
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0)
+        return {false, 0, "pipe failed"};
+    const pid_t child = fork();
+    if (child == 0)
+        runBody(body, ends[1]);
+    close(ends[1]);
+    ChildResult result;
+    result.output = readOutput(ends[0], child, timeoutSeconds);
+    close(ends[0]);
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    result.exited = WIFEXITED(status);
+    result.code = result.exited ? WEXITSTATUS(status) : WTERMSIG(status);
+    return result;
+}
+
+::testing::AssertionResult childPasses(const std::function<void()> &body, int timeoutSeconds) {
+    const ChildResult result = runInChild(
+        [&] {
+            body();
+            return 0;
+        },
+        timeoutSeconds);
+    if (result.exited && result.code == 0)
+        return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << (result.exited ? "the child exited with " : "the child died of signal ")
+                                         << result.code << "\n"
+                                         << result.output;
+}
+
+bool enterPrivateMounts() {
+    return unshare(CLONE_NEWNS) == 0 && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+}
+
+bool enterPrivateNetwork() {
+    return unshare(CLONE_NEWNET) == 0;
+}
+
+bool mayUseNamespaces() {
+    static const bool may = [] {
+        const ChildResult result = runInChild([] { return enterPrivateMounts() && enterPrivateNetwork() ? 0 : 1; });
+        return result.exited && result.code == 0;
+    }();
+    return may;
+}
+
+} // namespace zor::test

@@ -1,0 +1,78 @@
+#include "tests/support/fake_host.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include <ifaddrs.h>
+#include <net/if.h>
+#include <sys/socket.h>
+
+namespace zor::host {
+
+FakeHost fakeHost;
+
+std::optional<int32_t> processorCount() {
+    return fakeHost.processorCount;
+}
+std::optional<uint64_t> physicalMemoryBytes() {
+    return fakeHost.physicalMemoryBytes;
+}
+std::optional<FreeMemory> freeMemory() {
+    return fakeHost.freeMemory;
+}
+std::optional<int64_t> processorClockHertz() {
+    return fakeHost.processorClockHertz;
+}
+std::optional<int32_t> architectureCode() {
+    return fakeHost.architectureCode;
+}
+std::optional<int32_t> processorCode() {
+    return fakeHost.processorCode;
+}
+std::optional<std::string> hardwareModel() {
+    return fakeHost.hardwareModel;
+}
+std::optional<int64_t> bootTimeSeconds() {
+    return fakeHost.bootTimeSeconds;
+}
+std::optional<std::string> nisDomainName() {
+    return fakeHost.nisDomainName;
+}
+std::optional<std::vector<MountedFileSystem>> mountedFileSystems() {
+    return fakeHost.mountedFileSystems;
+}
+std::optional<FileSystemSpace> fileSystemSpace(const char *) {
+    return fakeHost.fileSystemSpace;
+}
+
+std::optional<std::vector<std::optional<std::string>>> lookUpInPropertyList(const std::string &bytes,
+                                                                            const std::vector<std::string> &keys) {
+    if (!fakeHost.lookUpInPropertyList)
+        return std::nullopt;
+    return fakeHost.lookUpInPropertyList(bytes, keys);
+}
+
+// Tests hand in interface entries whose link-level address is six bytes of sa_data in an AF_UNSPEC address.
+std::optional<std::array<uint8_t, 6>> linkLevelAddress(const ifaddrs &entry) {
+    if (!entry.ifa_addr || entry.ifa_addr->sa_family != AF_UNSPEC)
+        return std::nullopt;
+    std::array<uint8_t, 6> bytes;
+    std::memcpy(bytes.data(), entry.ifa_addr->sa_data, bytes.size());
+    return bytes;
+}
+
+bool isSameInterface(const char *linkName, const char *addressName) {
+    return std::strcmp(linkName, addressName) == 0;
+}
+
+const char *wideEncodingName() {
+    return "WCHAR_T";
+}
+
+void failAssertion(const char *function, const char *file, int line, const char *expression) {
+    std::fprintf(stderr, "%s:%d: %s: Assertion `%s' failed.\n", file, line, function, expression);
+    std::abort();
+}
+
+} // namespace zor::host
