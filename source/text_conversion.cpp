@@ -1,0 +1,217 @@
+// Wide text (UTF-32 in the machine's byte order) to UTF-8 and back; every other module converts through here.
+//
+// The result is that of the system's converter, iconv, down to the prefix that it delivers of invalid text. What every
+// converter agrees on, the Unicode characters in their one well-formed spelling, is transcoded here by hand: both
+// encodings are stateless, so a text can change hands between any two characters. From the first doubtful character
+// on (a surrogate, a value above 0x10FFFF, an overlong, truncated or stray byte) iconv goes on and has the last word.
+// So a converter is opened for invalid text only.
+
+#include "zorcomn/utilities.h"
+
+#include "platform/host.h"
+#include "platform/posix.h"
+#include "source/error_cell.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <cwchar>
+#include <functional>
+#include <memory>
+#include <new>
+
+namespace {
+
+static_assert(sizeof(wchar_t) == 4, "wide text is UTF-32");
+
+constexpr uint32_t kLastAscii = 0x7F;
+constexpr uint32_t kFirstSurrogate = 0xD800;
+constexpr uint32_t kLastSurrogate = 0xDFFF;
+constexpr uint32_t kLastCharacter = 0x10FFFF;
+constexpr size_t kUtf8BytesPerCharacter = 6; // Kept: more than needed, but callers size their buffers by it.
+
+bool isSurrogate(uint32_t value) {
+    return value >= kFirstSurrogate && value <= kLastSurrogate;
+}
+
+/** A conversion under way: the input left, and where the next character of output goes. */
+template <class In, class Out> struct Progress {
+    const In *in;
+    const In *end;
+    Out *out;
+};
+
+/** Hands the input left to the system's converter.
+ * @return whether there is one; it stops for good at what it cannot convert.
+ */
+template <class In, class Out>
+bool finishWithSystem(const char *to, const char *from, Progress<In, Out> &progress, size_t room) {
+    const zor::Converter converter(iconv_open(to, from));
+    if (!converter)
+        return false;
+    char *in = reinterpret_cast<char *>(const_cast<In *>(progress.in));
+    size_t inBytes = static_cast<size_t>(progress.end - progress.in) * sizeof(In);
+    char *out = reinterpret_cast<char *>(progress.out);
+    size_t outBytes = room * sizeof(Out);
+    iconv(converter.get(), &in, &inBytes, &out, &outBytes);
+    progress.out += (room * sizeof(Out) - outBytes) / sizeof(Out);
+    return true;
+}
+
+/** Writes a character of more than seven bits; surrogates and values beyond Unicode are the caller's to refuse. */
+char *encodeMultibyte(uint32_t value, char *out) {
+    const auto continuation = [value](int shift) { return static_cast<char>(0x80 | ((value >> shift) & 0x3F)); };
+    if (value < 0x800) {
+        *out++ = static_cast<char>(0xC0 | (value >> 6));
+    } else if (value < 0x10000) {
+        *out++ = static_cast<char>(0xE0 | (value >> 12));
+        *out++ = continuation(6);
+    } else {
+        *out++ = static_cast<char>(0xF0 | (value >> 18));
+        *out++ = continuation(12);
+        *out++ = continuation(6);
+    }
+    *out++ = continuation(0);
+    return out;
+}
+
+/** Converts up to the first doubtful character; the whole text when there is none. */
+void encodeWellFormed(Progress<wchar_t, char> &progress) {
+    while (progress.in < progress.end) {
+        const uint32_t value = static_cast<uint32_t>(*progress.in);
+        if (value <= kLastAscii)
+            *progress.out++ = static_cast<char>(value);
+        else if (value <= kLastCharacter && !isSurrogate(value))
+            progress.out = encodeMultibyte(value, progress.out);
+        else
+            return;
+        ++progress.in;
+    }
+}
+
+bool isContinuation(unsigned char byte) {
+    return (byte & 0xC0) == 0x80;
+}
+
+/** Reads a character of two to four bytes, looking at a byte only when all before it fit; the terminator never fits.
+ * @return its length, 0 when it is not well formed.
+ */
+size_t decodeMultibyte(const unsigned char *in, uint32_t &value) {
+    const uint32_t lead = in[0];
+    if (lead < 0xC2 || lead > 0xF4 || !isContinuation(in[1]))
+        return 0;
+    value = in[1] & 0x3Fu;
+    if (lead < 0xE0) {
+        value |= (lead & 0x1F) << 6;
+        return 2;
+    }
+    if (!isContinuation(in[2]))
+        return 0;
+    value = value << 6 | (in[2] & 0x3Fu);
+    if (lead < 0xF0) {
+        value |= (lead & 0x0F) << 12;
+        return value >= 0x800 && !isSurrogate(value) ? 3 : 0;
+    }
+    if (!isContinuation(in[3]))
+        return 0;
+    value = value << 6 | (in[3] & 0x3Fu) | (lead & 0x07) << 18;
+    return value >= 0x10000 && value <= kLastCharacter ? 4 : 0;
+}
+
+/** Converts up to the first doubtful character; the whole text, which must be terminated, when there is none. */
+void decodeWellFormed(Progress<char, wchar_t> &progress) {
+    while (progress.in < progress.end) {
+        const auto *bytes = reinterpret_cast<const unsigned char *>(progress.in);
+        uint32_t value = bytes[0];
+        const size_t length = value <= kLastAscii ? 1 : decodeMultibyte(bytes, value);
+        if (length == 0)
+            return;
+        *progress.out++ = static_cast<wchar_t>(value);
+        progress.in += length;
+    }
+}
+
+/** Converts a text of the given length; destination holds kUtf8BytesPerCharacter times that and a terminator. */
+void encode(const wchar_t *source, size_t length, char *destination) {
+    Progress<wchar_t, char> progress{source, source + length, destination};
+    encodeWellFormed(progress);
+    const auto left = static_cast<size_t>(progress.end - progress.in);
+    if (left > 0 && !finishWithSystem("UTF8", zor::host::wideEncodingName(), progress, left * kUtf8BytesPerCharacter))
+        progress.out = destination; // without a converter an invalid text yields nothing
+    *progress.out = '\0';
+}
+
+/** Converts a terminated text of the given length; destination holds as many characters and a terminator. */
+void decode(const char *source, size_t length, wchar_t *destination) {
+    Progress<char, wchar_t> progress{source, source + length, destination};
+    decodeWellFormed(progress);
+    const auto left = static_cast<size_t>(progress.end - progress.in);
+    const char *const wideEncoding = velmora_com::vta::isBigEndian() ? "UCS-4BE" : "UCS-4LE";
+    if (left > 0 && !finishWithSystem(wideEncoding, "UTF8", progress, left))
+        progress.out = destination;
+    *progress.out = L'\0';
+}
+
+/** Runs a conversion whose source and destination may share bytes: then it reads from a copy.
+ * @return 0, or the failure result when there is no memory for the copy.
+ */
+template <class In, class Out>
+uint32_t convertBetween(void (*convert)(const In *, size_t, Out *), const In *source, size_t length, Out *destination,
+                        size_t capacity) {
+    const std::less<const void *> before;
+    if (!before(source, destination + capacity) || !before(destination, source + length + 1)) {
+        convert(source, length, destination);
+        return 0;
+    }
+    const std::unique_ptr<In[]> copy(new (std::nothrow) In[length + 1]);
+    if (!copy)
+        return zor::kFailure;
+    std::memcpy(copy.get(), source, (length + 1) * sizeof(In));
+    convert(copy.get(), length, destination);
+    return 0;
+}
+
+} // namespace
+
+uint32_t qelcomn_unicode_to_utf8(const wchar_t *source, char *destination, const int32_t *capacity) {
+    if (!source || !destination || !capacity || *capacity <= 0)
+        return zor::kFailure;
+    const size_t length = std::wcslen(source);
+    const auto size = static_cast<size_t>(*capacity);
+    if (length > (size - 1) / kUtf8BytesPerCharacter)
+        return zor::kFailure;
+    return convertBetween(encode, source, length, destination, length * kUtf8BytesPerCharacter + 1);
+}
+
+uint32_t qelcomn_utf8_to_unicode(const char *source, wchar_t *destination, const int32_t *capacity) {
+    if (!source || !destination || !capacity || *capacity <= 0)
+        return zor::kFailure;
+    const size_t length = std::strlen(source);
+    if (length >= static_cast<size_t>(*capacity))
+        return zor::kFailure;
+    return convertBetween(decode, source, length, destination, length + 1);
+}
+
+namespace velmora_com {
+namespace vta {
+
+std::string qelcomn_wide_to_ansi(const std::wstring text) {
+    return zor::guarded(std::string(), [&] {
+        const size_t length = std::wcslen(text.c_str()); // a zero inside ends the text
+        const std::unique_ptr<char[]> buffer(new char[length * kUtf8BytesPerCharacter + 1]);
+        encode(text.c_str(), length, buffer.get());
+        return std::string(buffer.get());
+    });
+}
+
+std::wstring qelcomn_ansi_to_wide(const std::string text) {
+    return zor::guarded(std::wstring(), [&] {
+        const size_t length = std::strlen(text.c_str());
+        const std::unique_ptr<wchar_t[]> buffer(new wchar_t[length + 1]);
+        decode(text.c_str(), length, buffer.get());
+        return std::wstring(buffer.get());
+    });
+}
+
+} // namespace vta
+} // namespace velmora_com
