@@ -6,12 +6,14 @@
 // is called directly by the modules, not through here.
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
 struct ifaddrs;
+struct sockaddr;
 
 namespace zor::host {
 
@@ -46,6 +48,10 @@ std::optional<int64_t> bootTimeSeconds();
 /** The NIS domain of the running system, empty when none is set. */
 std::optional<std::string> nisDomainName();
 
+/** The official name that gethostbyname gives for a host, in an answer of the calling thread's own; nothing when the
+ * resolver does not know the host. */
+std::optional<std::string> officialHostName(const char *name);
+
 struct MountedFileSystem {
     std::string mountPoint;
     uint64_t blockSizeBytes;
@@ -77,6 +83,10 @@ std::optional<std::array<uint8_t, 6>> linkLevelAddress(const ifaddrs &entry);
 /** Whether an interface list's link-level entry named linkName belongs to the entry named addressName, which may be an
  * alias of it where the system has such names. */
 bool isSameInterface(const char *linkName, const char *addressName);
+
+/** How many bytes an interface list really holds of an address: what the address itself states where addresses have a
+ * length (masks then leave out trailing zeros), else what its family needs. */
+size_t socketAddressLength(const sockaddr &address);
 
 /** iconv's name for UTF-32 in the machine's byte order. */
 const char *wideEncodingName();

@@ -7,6 +7,7 @@
 
 #include <ifaddrs.h>
 #include <linux/if_packet.h>
+#include <netinet/in.h>
 #include <sys/socket.h>
 
 namespace zor::host {
@@ -26,6 +27,10 @@ bool isSameInterface(const char *linkName, const char *addressName) {
     // An address may carry a label of its own, "eth0:1", which begins with the interface's name.
     const size_t length = std::strlen(linkName);
     return std::strncmp(linkName, addressName, length) == 0 && addressName[length] == ':';
+}
+
+size_t socketAddressLength(const sockaddr &address) {
+    return address.sa_family == AF_INET6 ? sizeof(sockaddr_in6) : sizeof(sockaddr); // no length is stated here
 }
 
 } // namespace zor::host

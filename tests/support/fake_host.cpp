@@ -6,6 +6,7 @@
 
 #include <ifaddrs.h>
 #include <net/if.h>
+#include <netinet/in.h>
 #include <sys/socket.h>
 
 namespace zor::host {
@@ -39,6 +40,9 @@ std::optional<int64_t> bootTimeSeconds() {
 std::optional<std::string> nisDomainName() {
     return fakeHost.nisDomainName;
 }
+std::optional<std::string> officialHostName(const char *name) {
+    return fakeHost.officialHostName ? fakeHost.officialHostName(name) : std::nullopt;
+}
 std::optional<std::vector<MountedFileSystem>> mountedFileSystems() {
     return fakeHost.mountedFileSystems;
 }
@@ -64,6 +68,12 @@ std::optional<std::array<uint8_t, 6>> linkLevelAddress(const ifaddrs &entry) {
 
 bool isSameInterface(const char *linkName, const char *addressName) {
     return std::strcmp(linkName, addressName) == 0;
+}
+
+size_t socketAddressLength(const sockaddr &address) {
+    if (fakeHost.socketAddressLength)
+        return fakeHost.socketAddressLength(address);
+    return address.sa_family == AF_INET6 ? sizeof(sockaddr_in6) : sizeof(sockaddr);
 }
 
 const char *wideEncodingName() {

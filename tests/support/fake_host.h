@@ -8,6 +8,7 @@
 #include <functional>
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 
 namespace zor::host {
 
@@ -21,6 +22,8 @@ struct FakeHost {
     std::optional<std::string> hardwareModel;
     std::optional<int64_t> bootTimeSeconds;
     std::optional<std::string> nisDomainName;
+    std::function<std::optional<std::string>(const std::string &name)> officialHostName; // unset: knows no host
+    std::function<size_t(const sockaddr &address)> socketAddressLength;                  // unset: by the family
     std::optional<std::vector<MountedFileSystem>> mountedFileSystems;
     std::optional<FileSystemSpace> fileSystemSpace;
     /** The property list's texts by key; nothing stands for a list that does not parse. */

@@ -1,0 +1,56 @@
+#include "network/socket_address.h"
+
+#include "platform/host.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include <fcntl.h>
+#include <netinet/in.h>
+
+namespace zor {
+
+sockaddr_storage storedAddress(const sockaddr &address) {
+    sockaddr_storage storage{};
+    std::memcpy(&storage, &address, std::min(host::socketAddressLength(address), sizeof storage));
+    return storage;
+}
+
+socklen_t addressLength(sa_family_t family) {
+    switch (family) {
+    case AF_INET:
+        return sizeof(sockaddr_in);
+    case AF_INET6:
+        return sizeof(sockaddr_in6);
+    default:
+        return sizeof(sockaddr_storage);
+    }
+}
+
+std::optional<std::string> hostText(const sockaddr &address, int flags, size_t size) {
+    char text[kHostTextSize] = {};
+    const auto capacity = static_cast<socklen_t>(std::min(size, sizeof text));
+    if (getnameinfo(&address, addressLength(address.sa_family), text, capacity, nullptr, 0, flags) != 0)
+        return std::nullopt;
+    return std::string(text, strnlen(text, sizeof text));
+}
+
+std::optional<std::string> serviceText(const sockaddr &address, int flags) {
+    char text[kHostTextSize] = {};
+    if (getnameinfo(&address, addressLength(address.sa_family), nullptr, 0, text, sizeof text, flags) != 0)
+        return std::nullopt;
+    return std::string(text, strnlen(text, sizeof text));
+}
+
+Descriptor openSocket(int family, int type, int protocol) {
+#ifdef SOCK_CLOEXEC
+    return Descriptor(socket(family, type | SOCK_CLOEXEC, protocol));
+#else
+    Descriptor opened(socket(family, type, protocol));
+    if (opened)
+        fcntl(opened.get(), F_SETFD, FD_CLOEXEC);
+    return opened;
+#endif
+}
+
+} // namespace zor

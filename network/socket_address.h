@@ -1,0 +1,34 @@
+#pragma once
+
+// Socket addresses as bytes of bounded length, as numeric text, and the sockets that go with them.
+
+#include "platform/posix.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+#include <netdb.h>
+#include <sys/socket.h>
+
+namespace zor {
+
+constexpr size_t kHostTextSize = 1025; // what getnameinfo may need for a host, terminator included
+
+/** A copy of an interface list's address in full storage: bytes beyond those it really has are zero. */
+sockaddr_storage storedAddress(const sockaddr &address);
+
+/** The length that getnameinfo wants for an address of a family: exact for the Internet families, since not every
+ * system accepts a longer one, else the size of the storage. */
+socklen_t addressLength(sa_family_t family);
+
+/** getnameinfo for the host alone, into a text of at most size bytes, terminator included. */
+std::optional<std::string> hostText(const sockaddr &address, int flags, size_t size = kHostTextSize);
+
+/** getnameinfo for the service alone. */
+std::optional<std::string> serviceText(const sockaddr &address, int flags);
+
+/** A socket that is not handed on to programs this process starts. */
+Descriptor openSocket(int family, int type, int protocol);
+
+} // namespace zor
