@@ -1,0 +1,49 @@
+// Facts about the processor that Gestalt answers under four-character selectors.
+
+#include "platform/host.h"
+
+#include <Carbon/Carbon.h>
+
+namespace zor::host {
+
+namespace {
+
+constexpr OSType selector(const char (&name)[5]) {
+    OSType value = 0;
+    for (int i = 0; i < 4; ++i)
+        value = value << 8 | static_cast<unsigned char>(name[i]);
+    return value;
+}
+
+std::optional<SInt32> ask(OSType name) {
+    SInt32 response = 0;
+    if (Gestalt(name, &response) != noErr)
+        return std::nullopt;
+    return response;
+}
+
+std::optional<int32_t> askForCode(OSType name) {
+    const std::optional<SInt32> response = ask(name);
+    if (!response)
+        return std::nullopt;
+    return static_cast<int32_t>(*response);
+}
+
+} // namespace
+
+std::optional<int64_t> processorClockHertz() {
+    const std::optional<SInt32> response = ask(selector("pclk"));
+    if (!response)
+        return std::nullopt;
+    return static_cast<uint32_t>(*response); // the 32 bits are unsigned: clocks above 2^31 Hz come back negative
+}
+
+std::optional<int32_t> architectureCode() {
+    return askForCode(selector("sysa"));
+}
+
+std::optional<int32_t> processorCode() {
+    return askForCode(selector("cput"));
+}
+
+} // namespace zor::host

@@ -1,0 +1,18 @@
+// What the C library calls differently here: the wide encoding's name for iconv and the report of an assertion.
+
+#include "platform/host.h"
+
+#undef NDEBUG // which would hide the report that assert itself makes
+#include <cassert>
+
+namespace zor::host {
+
+const char *wideEncodingName() {
+    return "UCS-4-INTERNAL";
+}
+
+void failAssertion(const char *function, const char *file, int line, const char *expression) {
+    __assert_rtn(function, file, line, expression);
+}
+
+} // namespace zor::host
