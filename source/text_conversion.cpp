@@ -42,7 +42,7 @@ template <class In, class Out> struct Progress {
 };
 
 /** Hands the input left to the system's converter.
- * @return whether there is one; it stops for good at what it cannot convert.
+ * @return whether there is one.
  */
 template <class In, class Out>
 bool finishWithSystem(const char *to, const char *from, Progress<In, Out> &progress, size_t room) {
@@ -53,6 +53,7 @@ bool finishWithSystem(const char *to, const char *from, Progress<In, Out> &progr
     size_t inBytes = static_cast<size_t>(progress.end - progress.in) * sizeof(In);
     char *out = reinterpret_cast<char *>(progress.out);
     size_t outBytes = room * sizeof(Out);
+    // Kept: where it stops at what it cannot convert, the text ends, and nothing tells; callers rely on the prefix.
     iconv(converter.get(), &in, &inBytes, &out, &outBytes);
     progress.out += (room * sizeof(Out) - outBytes) / sizeof(Out);
     return true;
@@ -152,7 +153,7 @@ void decode(const char *source, size_t length, wchar_t *destination) {
     *progress.out = L'\0';
 }
 
-/** Runs a conversion whose source and destination may share bytes: then it reads from a copy.
+/** Runs a conversion. Kept: source and destination may share bytes, so that callers can convert within one buffer.
  * @return 0, or the failure result when there is no memory for the copy.
  */
 template <class In, class Out>
@@ -187,7 +188,7 @@ uint32_t qelcomn_utf8_to_unicode(const char *source, wchar_t *destination, const
     if (!source || !destination || !capacity || *capacity <= 0)
         return zor::kFailure;
     const size_t length = std::strlen(source);
-    if (length >= static_cast<size_t>(*capacity))
+    if (length >= static_cast<size_t>(*capacity)) // Kept: a character for each byte, however few the text has.
         return zor::kFailure;
     return convertBetween(decode, source, length, destination, length + 1);
 }

@@ -71,23 +71,84 @@ ZORCOMN_API uint32_t qelGetWindowsDirectory(char *buffer, uint32_t size);
 ZORCOMN_API uint32_t qelGetSystemDirectory(char *buffer, uint32_t size);
 
 /* directory enumeration and wildcard matching */
+
+/** What a search tells about one entry. 284 bytes; cleared before each fill. The facts are those of stat(), so of a
+ * link's target; when stat() fails only the name is filled and every other field is 0. Times are seconds since
+ * 1970-01-01 UTC, cut to 32 bits. A search whose path has no '/' looks its entries up as "." followed by the name and
+ * so, normally, finds no facts for any of them: write "./" before the pattern to get them.
+ */
 typedef struct qelFindData {
-    uint32_t attributes;
+    uint32_t attributes; /* 16 for a directory, else 0 */
     uint32_t reserved0;
     int32_t lastAccessTime;
     int32_t lastWriteTime;
-    uint32_t size;
-    char name[260];
+    uint32_t size;  /* in bytes, the low 32 bits */
+    char name[260]; /* at most 259 bytes and a terminator */
     char reserved1[4];
 } qelFindData; /* 284 bytes */
+/** Starts a search of one directory and delivers its first match. "." and ".." are entries like all others; the order
+ * is the system's.
+ * @param path  what follows the last '/' is the pattern (see qelWildCardMatch; empty matches everything), what stands
+ *              before it, the '/' included, the directory; "." when there is no '/'. Each part counts up to its 260th
+ *              byte, the rest is cut off. Null is refused.
+ * @param data  receives the first match; untouched when there is none. Null is refused.
+ * @return a search handle, 1 to 50; -1 when refused, when the directory cannot be opened, when all 50 searches of the
+ *         process are in use, and when nothing matches (no search is open then).
+ * Error cell: nErrno = 22 for a null argument, 35 when no search is free or memory is short, else untouched; errno as
+ * the failing opendir() left it.
+ * Threads: safe; MutexDirEnt is held while a slot is taken.  Owns: release the handle with qelFindCloseDirEnt.
+ */
 ZORCOMN_API int32_t qelFindFirstDirEnt(const char *path, qelFindData *data);
+/** Delivers the next match of a search.
+ * @param search  from qelFindFirstDirEnt.
+ * @param data    receives the match; untouched when there is none. Null is refused.
+ * @return 1; 0 when nothing is left or the arguments are refused.
+ * Error cell: nErrno = 22 for a handle out of 1..50 or not in use and for null data, else untouched; errno may tell of
+ * an entry's failed stat().
+ * Threads: one search serves one thread at a time; takes no lock.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelFindNextDirEnt(int32_t search, qelFindData *data);
+/** Ends a search and frees its handle for the next one.
+ * @param search  from qelFindFirstDirEnt.
+ * @return 1; 0 when refused or when closing the directory failed (the handle is free all the same).
+ * Error cell: nErrno = 22 for a handle out of 1..50 or not in use, else untouched; errno as closedir() left it.
+ * Threads: one search serves one thread at a time; takes no lock.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelFindCloseDirEnt(int32_t search);
+/** Fills a find-data record from a directory entry, as a search does.
+ * @param data       receives the name and what stat() tells; cleared first. Null is refused.
+ * @param entry      from readdir(). Null is refused.
+ * @param directory  put before the name as it stands, no '/' added, to look the entry up; counts up to its 259th byte.
+ *                   Null is refused.
+ * @return data; null when refused.
+ * Error cell: nErrno = 22 for a null argument, else untouched; errno as a failed stat() left it.
+ * Threads: safe on different records.  Owns: nothing.
+ */
 ZORCOMN_API qelFindData *qelSetFindDataDirEnt(qelFindData *data, const struct dirent *entry, const char *directory);
+/** Matches a name against a pattern, byte by byte and case-sensitively, by rules of its own: '?' is any one byte; '*'
+ * is any bytes, also none; a pattern matches every name that begins with what it matches ("abc" matches "abcdef",
+ * "*.log" matches "a.log.1"). A '*' reached at the end of the name is a match, whatever follows it in the pattern
+ * ("a*b" matches "a"); what follows a '*' is never tried at the end of the name ("*b*" does not match "a"). No
+ * character escapes. Takes time within the product of both lengths, and no memory.
+ * @param pattern  null or empty matches everything.
+ * @param name     null counts as empty.
+ * @return as a comparison: 0 when the name matches, 1 when it does not.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelWildCardMatch(const char *pattern, const char *name);
+/** Splits a text into tokens: strtok_r() under the layer's name.
+ * @param text        writable; null goes on with the text that save stands in.
+ * @param delimiters  the bytes that end a token.
+ * @param save        the caller's cell that keeps the place between calls.
+ * @return the next token, inside the text; null when none is left.
+ * Error cell: untouched.  Threads: safe on different texts.  Owns: the text stays the caller's.
+ */
 ZORCOMN_API char *qelTstrtok_r(char *text, const char *delimiters, char **save);
 struct qelSearch; /* layout is the library's own */
+/** The open searches of the process; handle h is slot h - 1, null when free. Cleared by the first qelFindFirstDirEnt.
+ */
 ZORCOMN_API extern struct qelSearch *pDirEntTable[50];
+/** Held while a search takes its slot, and at no other time. */
 ZORCOMN_API extern pthread_mutex_t MutexDirEnt;
 
 /* dynamic libraries and string resources */

@@ -14,18 +14,102 @@
 namespace velmora_com {
 namespace vta {
 
+/* Who is logged on. Collections read the login records from the database's current position, start a directory command
+ * per user whose account names no domain, and write diagnostic lines to standard output; both the position and the
+ * child processes are the process's own, so callers run one collection at a time. Nothing is thrown. */
 namespace session {
+
+/** The stream of the diagnostic lines: the process's standard output. They are written as plain text, buffered as the
+ * stream is.
+ * @return stdout, never null.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing; do not close it.
+ */
 ZORCOMN_API FILE *myfd();
+
+/** Splits an account name of the form domain\user at its first backslash. A name with '@' is a user name as it stands.
+ * @param fullName  any text; may be the same object as a result.
+ * @param domain    [out] the text before the first backslash; empty when there is none.
+ * @param user      [out] the text after it, further backslashes included; the whole name when there is none.
+ * Error cell: untouched.  Threads: safe, each on its own strings.  Owns: nothing.
+ */
 ZORCOMN_API void parseFullUserName(const std::wstring &fullName, std::wstring &domain, std::wstring &user);
+
+/** Puts a text in lower case in place, byte by byte as the C library's tolower does in the current locale.
+ * @param text  any bytes; its length stays.
+ * Error cell: untouched.  Threads: safe, each on its own string.  Owns: nothing.
+ */
 ZORCOMN_API void toLower(std::string &text);
+
+/** Cuts everything that is neither letter nor digit (isalnum, per byte) from both ends: punctuation as well as blanks.
+ * @param text  terminated; null counts as empty.
+ * @return what is left; empty when the text holds no letter or digit.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API std::string trimmer(const char *text);
+
+/** Splits a text at each separator and appends the parts, empty ones and the tail included.
+ * A text without the separator appends nothing, not even itself: callers add the whole text when nothing came.
+ * @param text       any bytes; may be an element of parts.
+ * @param separator  one byte.
+ * @param parts      [in, out] appended to.
+ * Error cell: untouched.  Threads: safe, each on its own vector.  Owns: nothing.
+ */
 ZORCOMN_API void split(const std::string &text, char separator, std::vector<std::string> &parts);
+
+/** Finds a user's domain in the name of the primary group, as in DOM1\Domain Users. Source: getpwnam_r and getgrgid_r,
+ * each with 16384 bytes for the entry's texts; an entry that needs more counts as none.
+ * Writes "found group struct %s. \n" with the domain, or "Domain name can't not be found.\n" when memory runs out.
+ * @param user    account name, bytes as the account database holds them.
+ * @param domain  [out] the group name's text before its first backslash, in lower case; untouched when false.
+ * @return true when the group's name, in lower case, holds "domain users" and a backslash; false otherwise and when
+ *         the user or the group has no entry.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API bool FindDomainName(const std::string &user, std::string &domain);
+
+/** Finds a user's domains in the directory. Source: the command "/usr/bin/dscl /Search read /Users/%s  |  /usr/bin/grep
+ * %s" with user and attribute, run through a shell; at most 1023 bytes of its output are read, in lower case. Blocks
+ * until the command ends.
+ * A name with a byte other than ASCII letters, digits, `. _ - @ + =`, or a backslash before a letter or digit, runs
+ * nothing, nor does a command of more than 255 characters or a system without the directory tool.
+ * @param user       account name.
+ * @param attribute  "userPrincipalName": the text after the first '@' of every line, with '|' between them.
+ *                   "OriginalAuthenticationAuthority": the text from the first '@' to the next ';'. Any other: none.
+ * @param domain     [out] the domains, in lower case, trimmed with trimmer; emptied when there is an answer but no
+ *                   domain in it, untouched when there is no answer.
+ * @return whether the answer names a domain.
+ * Error cell: untouched.  Threads: one collection or directory look-up at a time.  Owns: nothing.
+ */
 ZORCOMN_API bool FindDomainNameViaDscl(const std::string &user, std::string attribute, std::string &domain);
+
+/** Collects the users of all login records of type 7 (user processes), each decided by the primary group, then by the
+ * directory's userPrincipalName, then by its OriginalAuthenticationAuthority; a user for whom all three fail is local.
+ * Source: getutxent, from the database's current position on. Afterwards the position is the first record again; the
+ * database is not closed. Writes a line per record and per user found, and one before and after.
+ * @param networkUsers  [in, out] entries domain\user in lower case are added, one per domain of a user.
+ * @param localUsers    [in, out] user names in lower case are added, unless networkOnly.
+ * @param networkOnly   leaves local users out; network users are collected either way.
+ * Error cell: untouched.  Threads: one collection at a time in a process.  Owns: nothing.
+ */
 ZORCOMN_API void CollectLoggedonUsers(std::set<std::wstring> &networkUsers, std::set<std::wstring> &localUsers,
                                       bool networkOnly);
+
+/** Collects the users as CollectLoggedonUsers does and joins each kind with ",", in ascending order.
+ * @param networkUsers  [out] the network users; untouched when there is none.
+ * @param localUsers    [out] the local users; untouched when there is none or networkOnly is set.
+ * @param networkOnly   leaves local users out.
+ * Error cell: untouched.  Threads: one collection at a time in a process.  Owns: nothing.
+ */
 ZORCOMN_API void CollectComaSepLoggedonUsers(std::wstring &networkUsers, std::wstring &localUsers, bool networkOnly);
+
+/** Collects all users into one text: network users, then local users, with "," between them; at most 128 characters.
+ * A text of 128 characters or more is cut to 128, and from its last comma on replaced by ",..." where at least four
+ * characters stand from that comma to the cut.
+ * @param users  [out] replaced; empty when nobody is logged on.
+ * Error cell: untouched.  Threads: one collection at a time in a process.  Owns: nothing.
+ */
 ZORCOMN_API void CollectAllLoggedonUsers(std::wstring &users);
+
 } // namespace session
 
 class SignalHandler {

@@ -131,6 +131,17 @@ public:
     ZORCOMN_API bool GetMemoryInformation(MemoryInformation &info);
     ZORCOMN_API bool GetDiskInformation(DiskInformation &info);
     ZORCOMN_API bool GetNetworkInformation(NetworkInformation &info);
+    /** Fills the record of logged-on users, time zone, language and time of the collection. Sources: the login records
+     * (see CollectAllLoggedonUsers, whose diagnostics it writes to standard output), tzname[0], the environment
+     * variable LANG, and the system's clock in local time. tzset is not called: until something in the process has
+     * called it, the zone is the C library's initial one.
+     * @param info  [in, out] UserName: the users, or "NA" (not "N/A") when nobody is logged on.
+     *              TimeZone: the name of the standard-time zone.
+     *              DefaultLangID: "0809" when LANG holds "en_UK", else "0411" when it holds "ja_JP", else "0409".
+     *              LastUpdate: month/day/year hour:minute:second; untouched when the time cannot be told.
+     * @return true.
+     * Error cell: untouched.  Threads: one collection of users at a time in a process.  Owns: nothing.
+     */
     ZORCOMN_API bool GetMiscInformation(MiscInformation &info);
 
     ZORCOMN_API bool IsNetworkProperty(const std::wstring &name);

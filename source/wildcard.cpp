@@ -1,0 +1,52 @@
+// The wildcard matcher of the directory search, with rules of its own. The pattern is taken as runs of plain characters
+// between stars, and each run is placed at its earliest fit, which leaves the most of the name to the runs after it; so
+// no choice is ever taken back, and the cost stays within pattern length times name length without any recursion.
+
+#include "zorcomn/portability.h"
+
+#include <cstring>
+
+namespace {
+
+/** Whether a run of the pattern fits at the start of name; '?' stands for any one character. */
+bool fitsAt(const char *run, size_t length, const char *name) {
+    for (size_t i = 0; i < length; ++i) {
+        if (name[i] == '\0' || (run[i] != '?' && run[i] != name[i]))
+            return false;
+    }
+    return true;
+}
+
+// Kept: a pattern matches every name that begins with what it matches; callers ask for prefixes that way.
+// Kept: a star at the end of the name is a match, whatever the pattern holds after it ("a*b" matches "a"), and a star
+// never hands the empty rest of the name to what follows it ("*x" tries no position after the last character).
+bool matches(const char *pattern, const char *name) {
+    const char *const end = name + std::strlen(name);
+    size_t length = std::strcspn(pattern, "*");
+    if (!fitsAt(pattern, length, name))
+        return false;
+    const char *star = pattern + length;
+    const char *rest = name + length;
+    while (*star != '\0' && rest != end) {
+        const char *const run = star + 1;
+        length = std::strcspn(run, "*");
+        while (!fitsAt(run, length, rest)) {
+            if (++rest == end)
+                return false;
+        }
+        star = run + length;
+        // The one case in which a later fit beats the earliest: the run ends the name, and a star follows it.
+        if (*star != '\0' && length > 0 && fitsAt(run, length, end - length))
+            return true;
+        rest += length;
+    }
+    return true;
+}
+
+} // namespace
+
+int32_t qelWildCardMatch(const char *pattern, const char *name) {
+    if (!pattern)
+        return 0;
+    return matches(pattern, name ? name : "") ? 0 : 1;
+}
