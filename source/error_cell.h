@@ -18,9 +18,9 @@ constexpr int32_t kCellBusy = 16;
 constexpr int32_t kCellInvalid = 22;
 constexpr int32_t kCellOutOfSlots = 35;
 
-/** Stores a number in the error cell and returns the result that goes with it. */
+/** Stores a number in the error cell, which all threads share, and returns the result that goes with it. */
 template <class Result> Result failWith(int32_t cell, Result result) {
-    nErrno = cell;
+    __atomic_store_n(&nErrno, cell, __ATOMIC_RELAXED);
     return result;
 }
 
