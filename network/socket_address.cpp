@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include <fcntl.h>
 #include <netinet/in.h>
 
 namespace zor {
@@ -40,17 +39,6 @@ std::optional<std::string> serviceText(const sockaddr &address, int flags) {
     if (getnameinfo(&address, addressLength(address.sa_family), nullptr, 0, text, sizeof text, flags) != 0)
         return std::nullopt;
     return std::string(text, strnlen(text, sizeof text));
-}
-
-Descriptor openSocket(int family, int type, int protocol) {
-#ifdef SOCK_CLOEXEC
-    return Descriptor(socket(family, type | SOCK_CLOEXEC, protocol));
-#else
-    Descriptor opened(socket(family, type, protocol));
-    if (opened)
-        fcntl(opened.get(), F_SETFD, FD_CLOEXEC);
-    return opened;
-#endif
 }
 
 } // namespace zor

@@ -28,7 +28,4 @@ std::optional<std::string> hostText(const sockaddr &address, int flags, size_t s
 /** getnameinfo for the service alone. */
 std::optional<std::string> serviceText(const sockaddr &address, int flags);
 
-/** A socket that is not handed on to programs this process starts. */
-Descriptor openSocket(int family, int type, int protocol);
-
 } // namespace zor

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <iconv.h>
 #include <ifaddrs.h>
 #include <netdb.h>
@@ -87,6 +88,18 @@ struct DescriptorKind {
     static void close(Value value) { ::close(value); } // never retried: after EINTR the number may be somebody else's
 };
 using Descriptor = Unique<DescriptorKind>;
+
+/** A socket that is not handed on to programs this process starts. */
+inline Descriptor openSocket(int family, int type, int protocol) {
+#ifdef SOCK_CLOEXEC
+    return Descriptor(socket(family, type | SOCK_CLOEXEC, protocol));
+#else
+    Descriptor opened(socket(family, type, protocol));
+    if (opened)
+        fcntl(opened.get(), F_SETFD, FD_CLOEXEC);
+    return opened;
+#endif
+}
 
 struct ConverterKind {
     using Value = iconv_t;
