@@ -1,0 +1,104 @@
+// Time stamps in the agent's two shapes. The compact makers use reentrant calls alone and take no lock; the readable
+// ones hold the zone's mutex, so that they never see the UTC that zorcomn_timegm sets for a moment.
+
+#include "zorcomn/utilities.h"
+
+#include "platform/posix.h"
+#include "source/time_stamps.h"
+#include "source/time_zone.h"
+
+#include <cstdio>
+#include <cwchar>
+
+namespace zor {
+
+namespace {
+
+/** Years since 0, in a type that the sum cannot leave. */
+long long yearOf(const std::tm &time) {
+    return time.tm_year + 1900LL;
+}
+
+using BreakDown = std::tm *(*)(const std::time_t *, std::tm *);
+
+template <class Character> void writeStampOfNow(BreakDown breakDown, Character *buffer, uint16_t size) {
+    if (!buffer || size == 0)
+        return;
+    const std::time_t now = std::time(nullptr);
+    std::tm fields;
+    writeCompactStamp(breakDown(&now, &fields), buffer, size);
+}
+
+} // namespace
+
+// Kept: blanks, not zeros, fill a short year up to four places.
+std::array<char, 32> readableStamp(const std::tm &time) {
+    char whole[96]; // for any numbers at all
+    std::snprintf(whole, sizeof whole, "%4lld-%02d-%02d %02d:%02d:%02d", yearOf(time), time.tm_mon + 1, time.tm_mday,
+                  time.tm_hour, time.tm_min, time.tm_sec);
+    std::array<char, 32> text{};
+    copyText(text.data(), text.size(), whole);
+    return text;
+}
+
+void writeCompactStamp(const std::tm *time, char *buffer, uint16_t size) {
+    if (time)
+        std::snprintf(buffer, size, "%04lld%02d%02d%02d%02d%02d", yearOf(*time), time->tm_mon + 1, time->tm_mday,
+                      time->tm_hour, time->tm_min, time->tm_sec);
+    else
+        copyText(buffer, size, "");
+}
+
+void writeCompactStamp(const std::tm *time, wchar_t *buffer, uint16_t size) {
+    constexpr size_t kRoom = 32;
+    char narrow[kRoom];
+    writeCompactStamp(time, narrow, sizeof narrow);
+    wchar_t wide[kRoom] = {};
+    qelStandardAtoU(narrow, kRoom, wide);
+    // Kept: a bounded copy, without a terminator when size is 14 or less.
+    std::wcsncpy(buffer, wide, size);
+}
+
+} // namespace zor
+
+// Kept: local time; only the wide twin yields UTC.
+void qelcomn_CreateGmtTimeStampA(char *buffer, uint16_t size) {
+    zor::writeStampOfNow(localtime_r, buffer, size);
+}
+
+void qelcomn_CreateGmtTimeStampW(wchar_t *buffer, uint16_t size) {
+    zor::writeStampOfNow(gmtime_r, buffer, size);
+}
+
+void qelcomn_CreateLocalTimeStampA(char *buffer, uint16_t size) {
+    zor::writeStampOfNow(localtime_r, buffer, size);
+}
+
+void qelcomn_CreateLocalTimeStampW(wchar_t *buffer, uint16_t size) {
+    zor::writeStampOfNow(localtime_r, buffer, size);
+}
+
+// Kept: ported callers link it and must not be held up.
+void qelcomn_delay(void) {}
+
+namespace velmora_com {
+namespace vta {
+
+std::string qelcomn_get_time_stamp_ansi() {
+    std::array<char, 32> text{};
+    {
+        const zor::MutexLock lock(mutex);
+        const std::time_t now = std::time(nullptr);
+        std::tm fields;
+        if (localtime_r(&now, &fields))
+            text = zor::readableStamp(fields);
+    }
+    return zor::guarded(std::string(), [&] { return std::string(text.data()); });
+}
+
+std::wstring qelcomn_get_time_stamp_wide() {
+    return zor::guarded(std::wstring(), [] { return qelcomn_ansi_to_wide(qelcomn_get_time_stamp_ansi()); });
+}
+
+} // namespace vta
+} // namespace velmora_com
