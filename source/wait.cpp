@@ -46,10 +46,6 @@ int claim(HandleObject &object) {
     return object.type == kMutexHandle ? takeOwnership(object) : 0;
 }
 
-uint32_t unlockWith(HandleObject &object, uint32_t result) {
-    return pthread_mutex_unlock(&object.guard) == 0 ? result : kWaitFailed;
-}
-
 /** The sleeping part of a wait, entered and left with the guard locked; 0 or an errno number. */
 int sleepUntilClaimed(HandleObject &object, const timespec *deadline) {
     for (;;) {
@@ -117,9 +113,10 @@ uint32_t qelWaitForSingleObject(HANDLE handle, uint32_t milliseconds) {
         const timespec deadline = deadlineAfter(now, milliseconds);
         error = sleepUntilClaimed(object, &deadline);
     }
+    const bool isUnlocked = pthread_mutex_unlock(&object.guard) == 0;
     if (error == 0)
-        return unlockWith(object, kWaitSignalled);
-    return unlockWith(object, error == ETIMEDOUT ? kWaitTimedOut : kWaitFailed);
+        return isUnlocked ? kWaitSignalled : kWaitFailed;
+    return error == ETIMEDOUT ? kWaitTimedOut : kWaitFailed;
 }
 
 uint32_t qelWaitForMultipleObjects(uint32_t count, const HANDLE *handles, int32_t waitAll, uint32_t milliseconds) {

@@ -1,0 +1,262 @@
+#include "tests/support/failing_calls.h"
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <new>
+
+#include <dlfcn.h>
+#include <pthread.h>
+#include <unistd.h>
+
+namespace zor::test {
+
+namespace {
+
+constexpr size_t kMaxFunctions = 64;
+constexpr size_t kMaxAllocations = 4096;
+
+// A name gets its index on first use; names are literals and never go.
+std::array<std::atomic<const char *>, kMaxFunctions> functionNames;
+
+struct Plan {
+    int callsLeft = 0; // 0: nothing is to fail
+    int error = 0;
+    bool reached = false;
+};
+thread_local Plan plans[kMaxFunctions];
+
+size_t indexOf(const char *function) {
+    for (size_t index = 0; index < kMaxFunctions; ++index) {
+        const char *known = nullptr;
+        if (functionNames[index].compare_exchange_strong(known, function) || std::strcmp(known, function) == 0)
+            return index;
+    }
+    std::fprintf(stderr, "failing_calls: too many functions\n");
+    std::abort();
+}
+
+/** The error to fail with now, 0 to go on. */
+int failureDue(size_t function) {
+    Plan &plan = plans[function];
+    if (plan.callsLeft == 0 || --plan.callsLeft > 0)
+        return 0;
+    plan.reached = true;
+    return plan.error;
+}
+
+class SpinLock {
+public:
+    SpinLock() {
+        while (s_flag.test_and_set(std::memory_order_acquire)) {
+        }
+    }
+    ~SpinLock() { s_flag.clear(std::memory_order_release); }
+
+private:
+    static std::atomic_flag s_flag;
+};
+std::atomic_flag SpinLock::s_flag = ATOMIC_FLAG_INIT;
+
+std::atomic<bool> isTracking{false};
+void *tracked[kMaxAllocations];
+
+bool replaceTracked(void *old, void *value) {
+    const SpinLock lock;
+    for (void *&entry : tracked) {
+        if (entry == old) {
+            entry = value;
+            return true;
+        }
+    }
+    return false;
+}
+
+void *track(void *allocation) {
+    if (allocation && isTracking && !replaceTracked(nullptr, allocation)) {
+        std::fprintf(stderr, "failing_calls: too many allocations\n");
+        std::abort();
+    }
+    return allocation;
+}
+
+void *untrack(void *allocation) {
+    if (allocation && isTracking)
+        replaceTracked(allocation, nullptr);
+    return allocation;
+}
+
+const timeval *fixedTimeOfDay = nullptr;
+
+} // namespace
+
+FailingCall::FailingCall(const char *function, int nth, int error) : m_index(indexOf(function)) {
+    plans[m_index] = {nth, error, false};
+}
+
+FailingCall::~FailingCall() {
+    plans[m_index] = {};
+}
+
+bool FailingCall::wasReached() const {
+    return plans[m_index].reached;
+}
+
+AllocationScope::AllocationScope() {
+    std::fill(std::begin(tracked), std::end(tracked), nullptr);
+    isTracking = true;
+}
+
+AllocationScope::~AllocationScope() {
+    isTracking = false;
+}
+
+size_t AllocationScope::live() const {
+    const SpinLock lock;
+    size_t count = 0;
+    for (const void *entry : tracked)
+        count += entry ? 1 : 0;
+    return count;
+}
+
+namespace {
+timeval fixedTime;
+}
+
+FixedTimeOfDay::FixedTimeOfDay(const timeval &now) {
+    fixedTime = now;
+    fixedTimeOfDay = &fixedTime;
+}
+
+FixedTimeOfDay::~FixedTimeOfDay() {
+    fixedTimeOfDay = nullptr;
+}
+
+} // namespace zor::test
+
+using namespace zor::test;
+
+// The real functions, and what stands before them. ZORCOMN_FAILS_BY_RESULT is for functions that return an errno
+// number, ZORCOMN_FAILS_BY_ERRNO for those that set errno and return the given value.
+
+#define ZORCOMN_WRAP(name, result, parameters, arguments, onFailure)                                                   \
+    extern "C" result __real_##name parameters;                                                                        \
+    extern "C" result __wrap_##name parameters {                                                                       \
+        static const size_t function = indexOf(#name);                                                                 \
+        if (const int error = failureDue(function))                                                                    \
+            onFailure;                                                                                                 \
+        return __real_##name arguments;                                                                                \
+    }
+#define ZORCOMN_FAILS_BY_RESULT(name, parameters, arguments)                                                           \
+    ZORCOMN_WRAP(name, int, parameters, arguments, return error)
+#define ZORCOMN_FAILS_BY_ERRNO(failure, name, result, parameters, arguments)                                           \
+    ZORCOMN_WRAP(name, result, parameters, arguments, return (errno = error, failure))
+
+extern "C" void *__real_malloc(size_t size);
+extern "C" void *__real_calloc(size_t count, size_t size);
+extern "C" void *__real_realloc(void *old, size_t size);
+extern "C" void __real_free(void *allocation);
+extern "C" int __real_gettimeofday(timeval *now, void *zone);
+
+extern "C" void *__wrap_malloc(size_t size) {
+    static const size_t function = indexOf("malloc");
+    if (const int error = failureDue(function))
+        return errno = error, nullptr;
+    return track(__real_malloc(size));
+}
+
+extern "C" void *__wrap_calloc(size_t count, size_t size) {
+    static const size_t function = indexOf("calloc");
+    if (const int error = failureDue(function))
+        return errno = error, nullptr;
+    return track(__real_calloc(count, size));
+}
+
+extern "C" void *__wrap_realloc(void *old, size_t size) {
+    static const size_t function = indexOf("realloc");
+    if (const int error = failureDue(function))
+        return errno = error, nullptr;
+    untrack(old);
+    return track(__real_realloc(old, size));
+}
+
+extern "C" void __wrap_free(void *allocation) {
+    __real_free(untrack(allocation));
+}
+
+void *operator new(size_t size, const std::nothrow_t &) noexcept {
+    static const size_t function = indexOf("operator new");
+    if (failureDue(function))
+        return nullptr;
+    return track(__real_malloc(size ? size : 1));
+}
+
+void *operator new(size_t size) {
+    void *const allocation = operator new(size, std::nothrow);
+    if (!allocation)
+        throw std::bad_alloc();
+    return allocation;
+}
+
+void *operator new[](size_t size) {
+    return operator new(size);
+}
+
+void *operator new[](size_t size, const std::nothrow_t &) noexcept {
+    return operator new(size, std::nothrow);
+}
+
+void operator delete(void *allocation) noexcept {
+    __real_free(untrack(allocation));
+}
+
+void operator delete[](void *allocation) noexcept {
+    operator delete(allocation);
+}
+
+void operator delete(void *allocation, size_t) noexcept {
+    operator delete(allocation);
+}
+
+void operator delete[](void *allocation, size_t) noexcept {
+    operator delete(allocation);
+}
+
+extern "C" int __wrap_gettimeofday(timeval *now, void *zone) {
+    static const size_t function = indexOf("gettimeofday");
+    if (const int error = failureDue(function))
+        return errno = error, -1;
+    if (!fixedTimeOfDay)
+        return __real_gettimeofday(now, zone);
+    *now = *fixedTimeOfDay;
+    return 0;
+}
+
+ZORCOMN_FAILS_BY_RESULT(pthread_attr_init, (pthread_attr_t * attributes), (attributes))
+ZORCOMN_FAILS_BY_RESULT(pthread_attr_setdetachstate, (pthread_attr_t * attributes, int state), (attributes, state))
+ZORCOMN_FAILS_BY_RESULT(pthread_cond_broadcast, (pthread_cond_t * condition), (condition))
+ZORCOMN_FAILS_BY_RESULT(pthread_cond_init, (pthread_cond_t * condition, const pthread_condattr_t *attributes),
+                        (condition, attributes))
+ZORCOMN_FAILS_BY_RESULT(pthread_cond_timedwait,
+                        (pthread_cond_t * condition, pthread_mutex_t *mutex, const timespec *deadline),
+                        (condition, mutex, deadline))
+ZORCOMN_FAILS_BY_RESULT(pthread_cond_wait, (pthread_cond_t * condition, pthread_mutex_t *mutex), (condition, mutex))
+ZORCOMN_FAILS_BY_RESULT(pthread_create,
+                        (pthread_t * identifier, const pthread_attr_t *attributes, void *(*start)(void *),
+                         void *argument),
+                        (identifier, attributes, start, argument))
+ZORCOMN_FAILS_BY_RESULT(pthread_key_create, (pthread_key_t * key, void (*destructor)(void *)), (key, destructor))
+ZORCOMN_FAILS_BY_RESULT(pthread_key_delete, (pthread_key_t key), (key))
+ZORCOMN_FAILS_BY_RESULT(pthread_mutex_init, (pthread_mutex_t * mutex, const pthread_mutexattr_t *attributes),
+                        (mutex, attributes))
+ZORCOMN_FAILS_BY_RESULT(pthread_mutex_lock, (pthread_mutex_t * mutex), (mutex))
+ZORCOMN_FAILS_BY_RESULT(pthread_mutex_trylock, (pthread_mutex_t * mutex), (mutex))
+ZORCOMN_FAILS_BY_RESULT(pthread_mutex_unlock, (pthread_mutex_t * mutex), (mutex))
+ZORCOMN_FAILS_BY_RESULT(pthread_setspecific, (pthread_key_t key, const void *value), (key, value))
+ZORCOMN_FAILS_BY_ERRNO(-1, close, int, (int descriptor), (descriptor))
+ZORCOMN_FAILS_BY_ERRNO(-1, remove, int, (const char *path), (path))
+ZORCOMN_FAILS_BY_ERRNO(-1, dlclose, int, (void *handle), (handle))
