@@ -1,5 +1,6 @@
 // Facts about the processor that Gestalt answers under four-character selectors.
 
+#include "platform/four_characters.h"
 #include "platform/host.h"
 
 #include <Carbon/Carbon.h>
@@ -7,13 +8,6 @@
 namespace zor::host {
 
 namespace {
-
-constexpr OSType selector(const char (&name)[5]) {
-    OSType value = 0;
-    for (int i = 0; i < 4; ++i)
-        value = value << 8 | static_cast<unsigned char>(name[i]);
-    return value;
-}
 
 std::optional<SInt32> ask(OSType name) {
     SInt32 response = 0;
@@ -32,18 +26,18 @@ std::optional<int32_t> askForCode(OSType name) {
 } // namespace
 
 std::optional<int64_t> processorClockHertz() {
-    const std::optional<SInt32> response = ask(selector("pclk"));
+    const std::optional<SInt32> response = ask(fourCharacterCode("pclk"));
     if (!response)
         return std::nullopt;
     return static_cast<uint32_t>(*response); // the 32 bits are unsigned: clocks above 2^31 Hz come back negative
 }
 
 std::optional<int32_t> architectureCode() {
-    return askForCode(selector("sysa"));
+    return askForCode(fourCharacterCode("sysa"));
 }
 
 std::optional<int32_t> processorCode() {
-    return askForCode(selector("cput"));
+    return askForCode(fourCharacterCode("cput"));
 }
 
 } // namespace zor::host

@@ -1,44 +1,54 @@
-// Facts about the machine as a whole: processors, memory, model, start, NIS domain.
+// Facts about the machine as a whole: memory, model, start, NIS domain.
 
 #include "platform/host.h"
+
+#include "platform/linux/machine_texts.h"
+#include "platform/linux/system_file.h"
 
 #include <unistd.h>
 
 namespace zor::host {
 
-std::optional<int32_t> processorCount() {
-    const long count = sysconf(_SC_NPROCESSORS_ONLN);
-    if (count < 1 || count > INT32_MAX)
-        return std::nullopt;
-    return static_cast<int32_t>(count);
+namespace {
+
+constexpr size_t kMaxMeminfoBytes = 64 * 1024;
+constexpr size_t kMaxStatBytes = 8 * 1024 * 1024; // a line for each processor, a number for each interrupt
+constexpr size_t kMaxModelBytes = 4096;
+
+std::optional<uint64_t> memoryBytes(std::string_view name) {
+    const std::optional<std::string> meminfo = readSystemFile("/proc/meminfo", kMaxMeminfoBytes);
+    return meminfo ? memoryAmount(*meminfo, name) : std::nullopt;
 }
 
+} // namespace
+
 std::optional<uint64_t> physicalMemoryBytes() {
-    return std::nullopt;
+    const std::optional<uint64_t> bytes = memoryBytes("MemTotal");
+    if (bytes == 0u) // no machine; the table was not filled
+        return std::nullopt;
+    return bytes;
 }
 
 std::optional<FreeMemory> freeMemory() {
-    return std::nullopt;
-}
-
-std::optional<int64_t> processorClockHertz() {
-    return std::nullopt;
-}
-
-std::optional<int32_t> architectureCode() {
-    return std::nullopt;
-}
-
-std::optional<int32_t> processorCode() {
-    return std::nullopt;
+    const std::optional<uint64_t> bytes = memoryBytes("MemFree");
+    const long pageSize = sysconf(_SC_PAGESIZE);
+    if (!bytes || pageSize <= 0)
+        return std::nullopt;
+    const auto pageSizeBytes = static_cast<uint64_t>(pageSize);
+    return FreeMemory{*bytes / pageSizeBytes, pageSizeBytes};
 }
 
 std::optional<std::string> hardwareModel() {
-    return std::nullopt;
+    if (const std::optional<std::string> text = readSystemFile("/proc/device-tree/model", kMaxModelBytes))
+        if (std::optional<std::string> model = deviceTreeModel(*text))
+            return model;
+    const std::optional<std::string> text = readSystemFile("/sys/class/dmi/id/product_name", kMaxModelBytes);
+    return text ? firmwareProductName(*text) : std::nullopt;
 }
 
 std::optional<int64_t> bootTimeSeconds() {
-    return std::nullopt;
+    const std::optional<std::string> stat = readSystemFile("/proc/stat", kMaxStatBytes);
+    return stat ? bootTime(*stat) : std::nullopt;
 }
 
 std::optional<std::string> nisDomainName() {
