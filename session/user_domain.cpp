@@ -7,6 +7,7 @@
 #include "zorcomn/session.h"
 
 #include "platform/posix.h"
+#include "source/command_output.h"
 
 #include <cctype>
 #include <cerrno>
@@ -24,7 +25,7 @@ namespace {
 
 constexpr char kDirectoryTool[] = "/usr/bin/dscl";
 constexpr size_t kCommandSize = 256;
-constexpr size_t kAnswerSize = 1024;
+constexpr size_t kAnswerSize = 1024; // terminator included
 constexpr size_t kAccountBufferSize = 16384;
 
 /** Calls a look-up that gives its error number back, again while a signal interrupts it. */
@@ -59,26 +60,9 @@ bool isAsciiAlphanumeric(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
 }
 
-/** Runs a command with its output to be read; the descriptor is not handed on to other programs. */
-zor::Pipe openCommand(const char *command) {
-    zor::Pipe pipe(popen(command, "re"));
-    if (!pipe && errno == EINVAL) // a system whose popen knows no close-on-exec
-        pipe.reset(popen(command, "r"));
-    return pipe;
-}
-
-/** The first text of a command's output, one byte less than the buffer at most. */
+/** The first text of a command's output, one byte less than the answer's size at most. */
 std::string outputOf(const std::string &command) {
-    const zor::Pipe pipe = openCommand(command.c_str());
-    if (!pipe)
-        return {};
-    char answer[kAnswerSize] = "";
-    size_t length = std::fread(answer, 1, sizeof answer - 1, pipe.get());
-    while (std::ferror(pipe.get()) && errno == EINTR) {
-        std::clearerr(pipe.get());
-        length += std::fread(answer + length, 1, sizeof answer - 1 - length, pipe.get());
-    }
-    return answer;
+    return zor::commandOutput(command.c_str(), kAnswerSize - 1).value_or("").c_str();
 }
 
 /** The directory's answer; empty where there is no directory tool to ask, so that no shell is started to say so. */

@@ -1,0 +1,17 @@
+#pragma once
+
+// Runs a command for the sake of what it prints.
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+namespace zor {
+
+/** Runs a command in the shell and waits for its end.
+ * @return the first maxBytes of its standard output, or all when it prints less, null bytes and all; nothing when it
+ *         cannot be started. A command that prints more is ended by the closed pipe.
+ */
+std::optional<std::string> commandOutput(const char *command, size_t maxBytes);
+
+} // namespace zor
