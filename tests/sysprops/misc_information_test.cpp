@@ -1,6 +1,11 @@
 #include "sysprops/misc_information.h"
 
+#include "zorcomn/sysprops.h"
+
+#include "tests/support/child.h"
 #include "tests/support/environment_guard.h"
+#include "tests/support/private_machine.h"
+#include "tests/support/temporary_folder.h"
 
 #include <limits>
 
@@ -21,6 +26,15 @@ public:
 private:
     std::optional<zor::test::EnvironmentGuard> m_variable;
 };
+
+/** Collects on a machine with these users logged on; in a child, since the login database is the process's. */
+velmora_com::vta::sysprops::MiscInformation collectWith(const std::vector<zor::test::LoginRecord> &records) {
+    const zor::test::TemporaryFolder folder;
+    zor::test::writeLoginRecords(folder / "utmp", records);
+    velmora_com::vta::sysprops::MiscInformation info;
+    EXPECT_TRUE(velmora_com::vta::sysprops::ISysProps().GetMiscInformation(info));
+    return info;
+}
 
 } // namespace
 
@@ -58,4 +72,53 @@ TEST(Language, EachValueOfLang_GivesItsIdentifier) {
 
 TEST(Language, EnGb_CountsAsAmerican_Kept) {
     EXPECT_STREQ(zor::languageIdentifier("en_GB.UTF-8"), L"0409");
+}
+
+TEST(GetMiscInformation, NobodyLoggedOn_IsNA_Kept) {
+    EXPECT_TRUE(zor::test::childPasses([] { EXPECT_EQ(collectWith({}).UserName, L"NA"); }));
+}
+
+TEST(GetMiscInformation, UsersLoggedOn_AreTheCombinedList) {
+    EXPECT_TRUE(zor::test::childPasses([] {
+        EXPECT_EQ(collectWith({{zor::test::kUserProcess, "1", "No-Such-User-2", "pts/1"},
+                               {zor::test::kUserProcess, "2", "no-such-user-1", "pts/2"}})
+                      .UserName,
+                  L"no-such-user-1,no-such-user-2");
+    }));
+}
+
+TEST(GetMiscInformation, TimeZone_IsTheStandardTimesName) {
+    EXPECT_TRUE(zor::test::childPasses([] {
+        const ZoneGuard zone("WST3WDT"); // where daylight saving time may be on: its name does not count
+        EXPECT_EQ(collectWith({}).TimeZone, L"WST");
+    }));
+}
+
+TEST(GetMiscInformation, TimeZone_IsNotAskedForAnew_Kept) {
+    EXPECT_TRUE(zor::test::childPasses([] {
+        const ZoneGuard zone("WST3");
+        const zor::test::EnvironmentGuard changed("TZ", "EST5");
+        EXPECT_EQ(collectWith({}).TimeZone, L"WST");
+    }));
+}
+
+TEST(GetMiscInformation, LastUpdate_IsTheTimeOfTheCall) {
+    EXPECT_TRUE(zor::test::childPasses([] {
+        const std::time_t before = std::time(nullptr);
+        const std::wstring update = collectWith({}).LastUpdate;
+        bool isWithin = false;
+        for (std::time_t second = before; second <= std::time(nullptr); ++second)
+            isWithin = isWithin || zor::localTimeText(second) == update;
+        EXPECT_TRUE(isWithin);
+    }));
+}
+
+TEST(GetMiscInformation, Language_FollowsLang) {
+    EXPECT_TRUE(zor::test::childPasses([] {
+        for (const auto &row : kLanguages) {
+            const zor::test::EnvironmentGuard lang("LANG",
+                                                   row.lang ? std::optional<std::string>(row.lang) : std::nullopt);
+            EXPECT_EQ(collectWith({}).DefaultLangID, row.identifier);
+        }
+    }));
 }
