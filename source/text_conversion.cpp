@@ -19,6 +19,7 @@
 #include <functional>
 #include <memory>
 #include <new>
+#include <optional>
 
 namespace {
 
@@ -30,64 +31,89 @@ constexpr uint32_t kLastSurrogate = 0xDFFF;
 constexpr uint32_t kLastCharacter = 0x10FFFF;
 constexpr size_t kUtf8BytesPerCharacter = 6; // Kept: more than needed, but callers size their buffers by it.
 
+constexpr size_t kBlock = 8; // units of ASCII that are copied at a time
+
+/** How much of a conversion is done, in units of either text. */
+struct Progress {
+    size_t read;
+    size_t written;
+};
+
 bool isSurrogate(uint32_t value) {
     return value >= kFirstSurrogate && value <= kLastSurrogate;
 }
 
-/** A conversion under way: the input left, and where the next character of output goes. */
-template <class In, class Out> struct Progress {
-    const In *in;
-    const In *end;
-    Out *out;
-};
-
-/** Hands the input left to the system's converter.
- * @return whether there is one.
- */
-template <class In, class Out>
-bool finishWithSystem(const char *to, const char *from, Progress<In, Out> &progress, size_t room) {
-    const zor::Converter converter(iconv_open(to, from));
-    if (!converter)
-        return false;
-    char *in = reinterpret_cast<char *>(const_cast<In *>(progress.in));
-    size_t inBytes = static_cast<size_t>(progress.end - progress.in) * sizeof(In);
-    char *out = reinterpret_cast<char *>(progress.out);
-    size_t outBytes = room * sizeof(Out);
-    // Kept: where it stops at what it cannot convert, the text ends, and nothing tells; callers rely on the prefix.
-    iconv(converter.get(), &in, &inBytes, &out, &outBytes);
-    progress.out += (room * sizeof(Out) - outBytes) / sizeof(Out);
-    return true;
+template <class Unit> bool isAscii(Unit unit) {
+    return static_cast<uint32_t>(unit) <= kLastAscii;
 }
 
-/** Writes a character of more than seven bits; surrogates and values beyond Unicode are the caller's to refuse. */
-char *encodeMultibyte(uint32_t value, char *out) {
+/** Whether the next kBlock units are ASCII, all of them. */
+template <class Unit> bool isAsciiBlock(const Unit *text) {
+    constexpr uint64_t kOtherBits = sizeof(Unit) == 1 ? 0x8080808080808080u : 0xFFFFFF80FFFFFF80u;
+    uint64_t words[kBlock * sizeof(Unit) / sizeof(uint64_t)];
+    std::memcpy(words, text, sizeof words);
+    uint64_t bits = 0;
+    for (const uint64_t word : words)
+        bits |= word;
+    return (bits & kOtherBits) == 0;
+}
+
+/** Copies ASCII, the same numbers in both encodings, up to the first other unit: blocks first, then one by one.
+ * @return how many units.
+ */
+template <class In, class Out> size_t copyAscii(const In *source, size_t length, Out *destination) {
+    size_t done = 0;
+    for (; length - done >= kBlock && isAsciiBlock(source + done); done += kBlock) {
+        In block[kBlock];
+        std::memcpy(block, source + done, sizeof block);
+        for (size_t i = 0; i < kBlock; ++i)
+            destination[done + i] = static_cast<Out>(block[i]);
+    }
+    for (; done < length && isAscii(source[done]); ++done)
+        destination[done] = static_cast<Out>(source[done]);
+    return done;
+}
+
+/** Writes a character of more than seven bits; surrogates and values beyond Unicode are the caller's to refuse.
+ * @return its length in bytes.
+ */
+size_t encodeMultibyte(uint32_t value, char *out) {
     const auto continuation = [value](int shift) { return static_cast<char>(0x80 | ((value >> shift) & 0x3F)); };
     if (value < 0x800) {
-        *out++ = static_cast<char>(0xC0 | (value >> 6));
-    } else if (value < 0x10000) {
-        *out++ = static_cast<char>(0xE0 | (value >> 12));
-        *out++ = continuation(6);
-    } else {
-        *out++ = static_cast<char>(0xF0 | (value >> 18));
-        *out++ = continuation(12);
-        *out++ = continuation(6);
+        out[0] = static_cast<char>(0xC0 | (value >> 6));
+        out[1] = continuation(0);
+        return 2;
     }
-    *out++ = continuation(0);
-    return out;
+    if (value < 0x10000) {
+        out[0] = static_cast<char>(0xE0 | (value >> 12));
+        out[1] = continuation(6);
+        out[2] = continuation(0);
+        return 3;
+    }
+    out[0] = static_cast<char>(0xF0 | (value >> 18));
+    out[1] = continuation(12);
+    out[2] = continuation(6);
+    out[3] = continuation(0);
+    return 4;
 }
 
 /** Converts up to the first doubtful character; the whole text when there is none. */
-void encodeWellFormed(Progress<wchar_t, char> &progress) {
-    while (progress.in < progress.end) {
-        const uint32_t value = static_cast<uint32_t>(*progress.in);
-        if (value <= kLastAscii)
-            *progress.out++ = static_cast<char>(value);
-        else if (value <= kLastCharacter && !isSurrogate(value))
-            progress.out = encodeMultibyte(value, progress.out);
-        else
-            return;
-        ++progress.in;
+Progress encodeWellFormed(const wchar_t *source, size_t length, char *destination) {
+    size_t read = 0, written = 0;
+    while (read < length) {
+        const uint32_t value = static_cast<uint32_t>(source[read]);
+        if (isAscii(value)) {
+            const size_t copied = copyAscii(source + read, length - read, destination + written);
+            read += copied;
+            written += copied;
+        } else if (value <= kLastCharacter && !isSurrogate(value)) {
+            written += encodeMultibyte(value, destination + written);
+            ++read;
+        } else {
+            break;
+        }
     }
+    return {read, written};
 }
 
 bool isContinuation(unsigned char byte) {
@@ -120,37 +146,65 @@ size_t decodeMultibyte(const unsigned char *in, uint32_t &value) {
 }
 
 /** Converts up to the first doubtful character; the whole text, which must be terminated, when there is none. */
-void decodeWellFormed(Progress<char, wchar_t> &progress) {
-    while (progress.in < progress.end) {
-        const auto *bytes = reinterpret_cast<const unsigned char *>(progress.in);
-        uint32_t value = bytes[0];
-        const size_t length = value <= kLastAscii ? 1 : decodeMultibyte(bytes, value);
-        if (length == 0)
-            return;
-        *progress.out++ = static_cast<wchar_t>(value);
-        progress.in += length;
+Progress decodeWellFormed(const char *source, size_t length, wchar_t *destination) {
+    const auto *const bytes = reinterpret_cast<const unsigned char *>(source);
+    size_t read = 0, written = 0;
+    while (read < length) {
+        if (isAscii(bytes[read])) {
+            const size_t copied = copyAscii(bytes + read, length - read, destination + written);
+            read += copied;
+            written += copied;
+            continue;
+        }
+        uint32_t value = 0;
+        const size_t units = decodeMultibyte(bytes + read, value);
+        if (units == 0)
+            break;
+        destination[written++] = static_cast<wchar_t>(value);
+        read += units;
     }
+    return {read, written};
+}
+
+/** Hands the rest of a text, from its first doubtful character on, to the system's converter.
+ * @return units written; nothing when there is no converter.
+ */
+template <class In, class Out>
+std::optional<size_t> convertRest(const char *to, const char *from, const In *rest, size_t length, Out *destination,
+                                  size_t room) {
+    const zor::Converter converter(iconv_open(to, from));
+    if (!converter)
+        return std::nullopt;
+    char *in = reinterpret_cast<char *>(const_cast<In *>(rest));
+    char *out = reinterpret_cast<char *>(destination);
+    size_t inBytes = length * sizeof(In), outBytes = room * sizeof(Out);
+    // Kept: where it stops at what it cannot convert, the text ends, and nothing tells; callers rely on the prefix.
+    iconv(converter.get(), &in, &inBytes, &out, &outBytes);
+    return room - outBytes / sizeof(Out);
 }
 
 /** Converts a text of the given length; destination holds kUtf8BytesPerCharacter times that and a terminator. */
 void encode(const wchar_t *source, size_t length, char *destination) {
-    Progress<wchar_t, char> progress{source, source + length, destination};
-    encodeWellFormed(progress);
-    const auto left = static_cast<size_t>(progress.end - progress.in);
-    if (left > 0 && !finishWithSystem("UTF8", zor::host::wideEncodingName(), progress, left * kUtf8BytesPerCharacter))
-        progress.out = destination; // without a converter an invalid text yields nothing
-    *progress.out = '\0';
+    const auto [read, written] = encodeWellFormed(source, length, destination);
+    char *end = destination + written;
+    if (read < length) {
+        const auto more = convertRest("UTF8", zor::host::wideEncodingName(), source + read, length - read, end,
+                                      (length - read) * kUtf8BytesPerCharacter);
+        end = more ? end + *more : destination; // without a converter an invalid text yields nothing
+    }
+    *end = '\0';
 }
 
 /** Converts a terminated text of the given length; destination holds as many characters and a terminator. */
 void decode(const char *source, size_t length, wchar_t *destination) {
-    Progress<char, wchar_t> progress{source, source + length, destination};
-    decodeWellFormed(progress);
-    const auto left = static_cast<size_t>(progress.end - progress.in);
-    const char *const wideEncoding = velmora_com::vta::isBigEndian() ? "UCS-4BE" : "UCS-4LE";
-    if (left > 0 && !finishWithSystem(wideEncoding, "UTF8", progress, left))
-        progress.out = destination;
-    *progress.out = L'\0';
+    const auto [read, written] = decodeWellFormed(source, length, destination);
+    wchar_t *end = destination + written;
+    if (read < length) {
+        const char *const wideEncoding = velmora_com::vta::isBigEndian() ? "UCS-4BE" : "UCS-4LE";
+        const auto more = convertRest(wideEncoding, "UTF8", source + read, length - read, end, length - read);
+        end = more ? end + *more : destination;
+    }
+    *end = L'\0';
 }
 
 /** Runs a conversion. Kept: source and destination may share bytes, so that callers can convert within one buffer.
