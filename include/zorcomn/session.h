@@ -112,13 +112,59 @@ ZORCOMN_API void CollectAllLoggedonUsers(std::wstring &users);
 
 } // namespace session
 
+/** Waits for the process's signals and runs their callbacks; a functor for a thread of the caller's own. Filled first,
+ * on the main thread before others start, so that all of them inherit the mask; run once; then it may be destroyed.
+ * A copy has a set and callbacks of its own.
+ *
+ *     SignalHandler handler;
+ *     handler.addSignalToBlock(SIGHUP);
+ *     handler.addSignalToBlock(SIGTERM); // without a callback: the request to stop
+ *     handler.registerOnSignalCallback(SIGHUP, [] { reload(); });
+ *     std::thread(std::ref(handler)).join();
+ */
 class SignalHandler {
 public:
+    /** No signals and no callbacks; no signal mask is touched.
+     * Error cell: untouched.  Threads: safe.  Owns: nothing.
+     */
     ZORCOMN_API SignalHandler();
+
+    /** Releases the callbacks; signal masks stay as they are.
+     * Error cell: untouched.  Threads: not while the object runs.  Owns: nothing.
+     */
     ZORCOMN_API ~SignalHandler();
+
+    /** Adds a signal to those that the object waits for, and sets the calling thread's signal mask to exactly these:
+     * what was blocked before and is not among them becomes unblocked.
+     * @param signal  a signal number; one that the system does not have adds nothing.
+     * @return 0.
+     * Error cell: nErrno untouched; errno may change.  Threads: one at a time, and not while the object runs.
+     * Owns: nothing.
+     */
     ZORCOMN_API int addSignalToBlock(int signal);
+
+    /** Unblocks a signal in the calling thread. The object still counts it as its own.
+     * @param signal  a signal number; one that the system does not have changes nothing.
+     * @return 0.
+     * Error cell: nErrno untouched; errno may change.  Threads: safe.  Owns: nothing.
+     */
     ZORCOMN_API int unblockSignal(int signal);
+
+    /** Registers what to do when a signal arrives. The first registration for a signal stays; further ones are dropped.
+     * @param signal    a signal number; it has to be added with addSignalToBlock too.
+     * @param callback  runs on the waiting thread, one at a time; an empty one lets the signal pass without effect.
+     * @return 0.
+     * Error cell: untouched.  Threads: one at a time, and not while the object runs.
+     * Owns: the object keeps the callback until it is destroyed.
+     */
     ZORCOMN_API int registerOnSignalCallback(int signal, std::function<void()> callback);
+
+    /** Waits for the signals added and runs their callbacks, until one without a callback arrives: that one is logged
+     * as "Received signal to stop VTA." and ends the waiting. What goes wrong while waiting is logged, too, all of it
+     * as SyslogInfo, and waited on. Signals that arrive during a callback stay pending. Blocks; a cancellation point.
+     * What a callback throws is not caught. Error cell: nErrno untouched; errno may change.  Threads: one thread runs
+     * an object.  Owns: nothing.
+     */
     ZORCOMN_API void operator()();
 
 private:
@@ -126,17 +172,68 @@ private:
     std::map<int, std::function<void()>> m_callbacks;
 };
 
+/** The library's own scale of priorities. In the system log 0 becomes 2 (LOG_CRIT), 1 becomes 3 (LOG_ERR), 2 becomes 4
+ * (LOG_WARNING), and every other value 6 (LOG_INFO). */
 enum SyslogPriority : int { SyslogCritical = 0, SyslogError = 1, SyslogWarning = 2, SyslogInfo = 3 };
 
-ZORCOMN_API bool LogInSystemLog(SyslogPriority priority, const char *format, ...);
-ZORCOMN_API bool LogInSystemLog(SyslogPriority priority, const char *ident, const char *format, ...);
-ZORCOMN_API bool vLogInSystemLog(int priority, const char *format, va_list arguments);
-ZORCOMN_API bool vLogInSystemLog(int priority, const char *ident, const char *format, va_list arguments);
+/* Each message opens the system log (console fallback, connected at once), writes as facility user, and closes it
+ * again: what the process itself has set with openlog is lost.
+ *
+ * A call with a second text is always the form with an ident. LogInSystemLog(SyslogError, "%s", text) therefore writes
+ * under the ident "%s" with text as the format, which a text from outside must never be. Pass it so:
+ *
+ *     LogInSystemLog(SyslogError, "[VTA]", "%s", text);
+ *
+ * The compiler checks formats and arguments of all four; -Wformat-security has it point out the call above. */
+
+/** Writes a message to the system log under the ident "[VTA]".
+ * @param priority   the library's scale.
+ * @param format     printf's, and %m for errno's text; null writes nothing.
+ * @return true, also when no log takes the message.
+ * Error cell: untouched, errno too.  Threads: safe; not in a signal handler.  Owns: nothing.
+ */
+ZORCOMN_API bool LogInSystemLog(SyslogPriority priority, const char *format, ...) ZORCOMN_PRINTF(2, 3);
+
+/** Writes a message to the system log under an ident.
+ * @param priority   the library's scale.
+ * @param ident      stands before the message; null means "[VTA]".
+ * @param format     printf's, and %m for errno's text; null writes nothing.
+ * @return true, also when no log takes the message.
+ * Error cell: untouched, errno too.  Threads: safe; not in a signal handler.  Owns: nothing.
+ */
+ZORCOMN_API bool LogInSystemLog(SyslogPriority priority, const char *ident, const char *format, ...)
+    ZORCOMN_PRINTF(3, 4);
+
+/** Writes a message to the system log under the ident "[VTA]".
+ * @param priority   the system's own, LOG_EMERG (0) to LOG_DEBUG (7).
+ * @param format     printf's, and %m for errno's text; null writes nothing.
+ * @param arguments  the format's; used up afterwards, va_end is the caller's.
+ * @return true, also when no log takes the message.
+ * Error cell: untouched, errno too.  Threads: safe; not in a signal handler.  Owns: nothing.
+ */
+ZORCOMN_API bool vLogInSystemLog(int priority, const char *format, va_list arguments) ZORCOMN_PRINTF(2, 0);
+
+/** Writes a message to the system log under an ident.
+ * @param priority   the system's own, LOG_EMERG (0) to LOG_DEBUG (7).
+ * @param ident      stands before the message; null means "[VTA]".
+ * @param format     printf's, and %m for errno's text; null writes nothing.
+ * @param arguments  the format's; used up afterwards, va_end is the caller's.
+ * @return true, also when no log takes the message.
+ * Error cell: untouched, errno too.  Threads: safe; not in a signal handler.  Owns: nothing.
+ */
+ZORCOMN_API bool vLogInSystemLog(int priority, const char *ident, const char *format, va_list arguments)
+    ZORCOMN_PRINTF(3, 0);
 
 } // namespace vta
 } // namespace velmora_com
 
 extern "C" {
+/** A signal handler that notes a stop request: sets bSigTermReceived to 1 and does nothing else. Give it to sigaction.
+ * @param signal  ignored.
+ * Error cell: untouched, errno too.  Threads: safe, in signal handlers too.  Owns: nothing.
+ */
 ZORCOMN_API void CatchSIGTERM(int signal);
+
+/** Whether CatchSIGTERM has run: 0 from load on, then 1. 32 bits. The agent polls it, and may set it back. */
 ZORCOMN_API extern volatile std::sig_atomic_t bSigTermReceived;
 }
