@@ -5,6 +5,7 @@
 
 #include "platform/host.h"
 #include "platform/posix.h"
+#include "tests/support/test_seed.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -12,7 +13,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <iostream>
 #include <random>
 #include <sstream>
 #include <string>
@@ -24,6 +24,7 @@
 using velmora_com::vta::isBigEndian;
 using velmora_com::vta::qelcomn_ansi_to_wide;
 using velmora_com::vta::qelcomn_wide_to_ansi;
+using zor::test::seedOfThisRun;
 
 namespace {
 
@@ -325,13 +326,6 @@ private:
 
     std::mt19937 m_engine;
 };
-
-uint32_t seedOfThisRun() {
-    const char *given = std::getenv("ZORCOMN_TEST_SEED");
-    const uint32_t seed = given ? static_cast<uint32_t>(std::strtoul(given, nullptr, 10)) : 20080203u;
-    std::cout << "seed " << seed << " (ZORCOMN_TEST_SEED sets another)\n";
-    return seed;
-}
 
 TEST(TextConversion, RandomTexts_ConvertAsTheSystemDoes) {
     RandomTexts random(seedOfThisRun());
