@@ -33,4 +33,8 @@ bool isSameInterface(const char *linkName, const char *addressName) {
     return std::strcmp(linkName, addressName) == 0;
 }
 
+size_t socketAddressLength(const sockaddr &address) {
+    return *reinterpret_cast<const uint8_t *>(&address); // sa_len, the first byte
+}
+
 } // namespace zor::host

@@ -46,4 +46,14 @@ TEST(IsSameInterface, EachPair_IsJudgedByTheNameBeforeTheColon) {
         EXPECT_EQ(zor::host::isSameInterface(row.link, row.address), row.same) << row.link << ' ' << row.address;
 }
 
+TEST(SocketAddressLength, EachFamily_HasTheRoomItNeeds) {
+    sockaddr_storage storage = {};
+    const auto &address = reinterpret_cast<const sockaddr &>(storage);
+    EXPECT_EQ(zor::host::socketAddressLength(address), sizeof(sockaddr));
+    storage.ss_family = AF_INET;
+    EXPECT_EQ(zor::host::socketAddressLength(address), sizeof(sockaddr_in));
+    storage.ss_family = AF_INET6;
+    EXPECT_EQ(zor::host::socketAddressLength(address), sizeof(sockaddr_in6));
+}
+
 } // namespace

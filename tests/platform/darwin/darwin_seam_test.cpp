@@ -241,6 +241,20 @@ TEST_F(DarwinSeam, InterfaceNames_AreComparedExactly) {
     EXPECT_FALSE(host::isSameInterface("en0", "en"));
 }
 
+TEST_F(DarwinSeam, AddressLength_IsTheOneThatTheAddressStates) {
+    for (const uint8_t length : {uint8_t(0), uint8_t(7), uint8_t(16), uint8_t(28)}) {
+        sockaddr address = {};
+        std::memcpy(&address, &length, 1);
+        EXPECT_EQ(host::socketAddressLength(address), length);
+    }
+}
+
+TEST_F(DarwinSeam, OfficialHostName_IsTheResolversOwn) {
+    EXPECT_FALSE(host::officialHostName("alpha"));
+    fakeCalls.officialNames["alpha"] = "alpha.beta.gamma";
+    EXPECT_EQ(host::officialHostName("alpha"), "alpha.beta.gamma");
+}
+
 TEST_F(DarwinSeam, WideEncoding_IsTheMachinesOwn) {
     EXPECT_STREQ(host::wideEncodingName(), "UCS-4-INTERNAL");
 }

@@ -12,6 +12,7 @@
 #include <CoreFoundation/CoreFoundation.h>
 #include <cassert>
 #include <mach/mach.h>
+#include <netdb.h>
 #include <sys/sysctl.h>
 
 namespace zor::test {
@@ -65,6 +66,13 @@ int sysctl(int *name, unsigned int, void *old, size_t *oldLength, void *, size_t
 }
 int sysctlbyname(const char *name, void *old, size_t *oldLength, void *, size_t) {
     return answer(find(fakeCalls.namedFacts, std::string(name)), old, oldLength);
+}
+
+hostent *gethostbyname(const char *name) {
+    static hostent entry; // the call's own, as the real one keeps it
+    const std::string *official = find(fakeCalls.officialNames, std::string(name));
+    entry.h_name = official ? const_cast<char *>(official->c_str()) : nullptr;
+    return official ? &entry : nullptr;
 }
 
 mach_port_t mach_host_self() {

@@ -19,6 +19,7 @@ struct FakeCalls {
     /** Answers of sysctl by its two numbers, as bytes. */
     std::map<std::pair<int, int>, std::string> kernelFacts;
     std::map<std::string, std::string> namedFacts;
+    std::map<std::string, std::string> officialNames;
     size_t toldLength = 0; // what sysctl was told about the room for its last answer
 
     std::optional<unsigned long> pageSize;
