@@ -2,8 +2,6 @@
 
 // Socket addresses as bytes of bounded length, as numeric text, and the sockets that go with them.
 
-#include "platform/posix.h"
-
 #include <cstddef>
 #include <optional>
 #include <string>

@@ -2,6 +2,7 @@
 
 #include "platform/posix.h"
 #include "tests/support/child.h"
+#include "tests/support/descriptors.h"
 #include "tests/support/temporary_folder.h"
 
 #include <algorithm>
@@ -21,6 +22,7 @@
 namespace {
 
 using zor::test::childPasses;
+using zor::test::openDescriptors;
 using zor::test::TemporaryFolder;
 
 constexpr int32_t kNone = -1;
@@ -48,15 +50,6 @@ qelFindData findOne(const std::string &path) {
     EXPECT_NE(search, kNone) << path;
     EXPECT_EQ(qelFindCloseDirEnt(search), 1);
     return data;
-}
-
-/** How many descriptors this process has open. */
-size_t openDescriptors() {
-    const long limit = std::min(sysconf(_SC_OPEN_MAX), 4096L);
-    size_t count = 0;
-    for (int descriptor = 0; descriptor < limit; ++descriptor)
-        count += fcntl(descriptor, F_GETFD) != -1;
-    return count;
 }
 
 using Names = std::vector<std::string>;

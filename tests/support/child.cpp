@@ -98,6 +98,11 @@ bool enterPrivateNetwork() {
     return unshare(CLONE_NEWNET) == 0;
 }
 
+bool enterPrivateNames(const std::string &hostName, const std::string &nisDomain) {
+    return unshare(CLONE_NEWUTS) == 0 && sethostname(hostName.data(), hostName.size()) == 0 &&
+           setdomainname(nisDomain.data(), nisDomain.size()) == 0;
+}
+
 bool mayUseNamespaces() {
     static const bool may = [] {
         const ChildResult result = runInChild([] { return enterPrivateMounts() && enterPrivateNetwork() ? 0 : 1; });

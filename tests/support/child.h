@@ -27,6 +27,9 @@ ChildResult runInChild(const std::function<int()> &body, int timeoutSeconds = 60
 bool enterPrivateMounts();
 /** Enters a network namespace of its own (for a child only), loopback down. False: not permitted here. */
 bool enterPrivateNetwork();
+/** Enters a namespace of names of its own (for a child only) and sets host and NIS domain name there. False: not
+ * permitted here. */
+bool enterPrivateNames(const std::string &hostName, const std::string &nisDomain);
 /** Whether this process may make namespaces and mounts; a test that needs them skips with this reason otherwise. */
 bool mayUseNamespaces();
 
