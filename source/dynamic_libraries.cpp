@@ -12,7 +12,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <cwchar>
 #include <iterator>
 #include <memory>
 #include <new>
@@ -35,24 +34,18 @@ constexpr size_t kWideErrorTextBound = 2047;
 
 pthread_mutex_t entryGuard = PTHREAD_MUTEX_INITIALIZER;
 
-size_t lengthOf(const char *text, size_t bound) {
-    return strnlen(text, bound);
-}
-
-size_t lengthOf(const wchar_t *text, size_t bound) {
-    return wcsnlen(text, bound);
-}
-
 /** Kept: one error text for the whole process, without a lock; callers hold pointers to it. Calls that overlap may mix
  * their texts, but whatever they do stays inside and in front of the last terminator, which is never overwritten. */
 template <class Character, size_t bound> class ErrorText {
 public:
-    void clear() { m_text[0] = 0; }
+    void clear() { put(0, 0); }
     void append(const Character *text) {
-        const size_t length = lengthOf(m_text, bound);
-        const size_t added = lengthOf(text, bound - length);
-        std::copy_n(text, added, m_text + length);
-        m_text[length + added] = 0;
+        size_t end = 0;
+        while (end < bound && __atomic_load_n(&m_text[end], __ATOMIC_RELAXED) != 0)
+            ++end;
+        while (end < bound && *text)
+            put(end++, *text++);
+        put(end, 0);
     }
     /** Clears the text and points a caller who wants it there. */
     void beginFor(const Character **caller) {
@@ -60,9 +53,10 @@ public:
         if (caller)
             *caller = m_text;
     }
-    const Character *text() const { return m_text; }
 
 private:
+    void put(size_t index, Character character) { __atomic_store_n(&m_text[index], character, __ATOMIC_RELAXED); }
+
     Character m_text[bound + 1];
 };
 

@@ -7,7 +7,6 @@
 #include "source/handles.h"
 #include "source/wait.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <limits>
 
@@ -60,24 +59,28 @@ int sleepUntilClaimed(HandleObject &object, const timespec *deadline) {
 } // namespace
 
 timespec deadlineAfter(const timeval &now, uint32_t milliseconds) {
-    int64_t seconds = static_cast<int64_t>(now.tv_sec) + milliseconds / 1000;
+    constexpr time_t kLastSecond = std::numeric_limits<time_t>::max();
+    const auto added = [](time_t seconds, time_t more) {
+        return seconds > kLastSecond - more ? kLastSecond : seconds + more;
+    };
+    timespec deadline = {};
+    deadline.tv_sec = added(now.tv_sec, static_cast<time_t>(milliseconds / 1000));
     long nanoseconds = static_cast<long>(now.tv_usec) * 1000 + static_cast<long>(milliseconds % 1000) * 1000000;
     // Kept: exactly one second of nanoseconds is not carried, which the system's wait then refuses; callers know it.
     if (nanoseconds > kNanosecondsPerSecond) {
         nanoseconds -= kNanosecondsPerSecond;
-        ++seconds;
+        deadline.tv_sec = added(deadline.tv_sec, 1);
     }
-    timespec deadline = {};
-    deadline.tv_sec = static_cast<time_t>(std::min<int64_t>(seconds, std::numeric_limits<time_t>::max()));
     deadline.tv_nsec = nanoseconds;
     return deadline;
 }
 
-uint32_t waitInTurn(uint32_t count, const HANDLE *handles, uint32_t milliseconds, WaitForOne waitForOne) {
+uint32_t waitInTurn(uint32_t count, const HANDLE *handles, uint32_t milliseconds, WaitForOne waitForOne,
+                    uint32_t elapsed) {
     uint32_t index = 0;
     // Kept: a time-out of 0 looks at no handle, each polled handle counts as 10 ms, and an infinite time-out outruns
     // the counter, which wraps.
-    for (uint32_t elapsed = 0; elapsed < milliseconds; elapsed += kPollMs) {
+    for (; elapsed < milliseconds; elapsed += kPollMs) {
         if (count == 0 || !handles)
             return failWith(kCellInvalid, kWaitFailed);
         const uint32_t result = waitForOne(handles[index], kPollMs);

@@ -20,7 +20,10 @@ constexpr uint32_t kInfiniteMs = 0xFFFFFFFFu;
 timespec deadlineAfter(const timeval &now, uint32_t milliseconds);
 
 using WaitForOne = uint32_t (*)(HANDLE handle, uint32_t milliseconds);
-/** Polls handles[0 .. count - 1] in turn, each for 10 ms, until one is signalled or as much time is counted. */
-uint32_t waitInTurn(uint32_t count, const HANDLE *handles, uint32_t milliseconds, WaitForOne waitForOne);
+/** Polls handles[0 .. count - 1] in turn, each for 10 ms, until one is signalled or as much time is counted.
+ * @param elapsed  where the count begins, in milliseconds.
+ */
+uint32_t waitInTurn(uint32_t count, const HANDLE *handles, uint32_t milliseconds, WaitForOne waitForOne,
+                    uint32_t elapsed = 0);
 
 } // namespace zor

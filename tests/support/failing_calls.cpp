@@ -1,5 +1,6 @@
 #include "tests/support/failing_calls.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -8,6 +9,7 @@
 #include <cstring>
 #include <iterator>
 #include <new>
+#include <utility>
 
 #include <dlfcn.h>
 #include <pthread.h>
@@ -27,6 +29,7 @@ struct Plan {
     int callsLeft = 0; // 0: nothing is to fail
     int error = 0;
     bool reached = false;
+    const std::function<void()> *action = nullptr;
 };
 thread_local Plan plans[kMaxFunctions];
 
@@ -47,6 +50,13 @@ int failureDue(size_t function) {
         return 0;
     plan.reached = true;
     return plan.error;
+}
+
+/** Runs what is to follow the call just made. */
+void runDueAction(size_t function) {
+    Plan &plan = plans[function];
+    if (plan.reached && plan.action)
+        (*std::exchange(plan.action, nullptr))();
 }
 
 class SpinLock {
@@ -95,7 +105,7 @@ const timeval *fixedTimeOfDay = nullptr;
 } // namespace
 
 FailingCall::FailingCall(const char *function, int nth, int error) : m_index(indexOf(function)) {
-    plans[m_index] = {nth, error, false};
+    plans[m_index] = {nth, error, false, nullptr};
 }
 
 FailingCall::~FailingCall() {
@@ -103,6 +113,19 @@ FailingCall::~FailingCall() {
 }
 
 bool FailingCall::wasReached() const {
+    return plans[m_index].reached;
+}
+
+AfterCall::AfterCall(const char *function, int nth, std::function<void()> action)
+    : m_index(indexOf(function)), m_action(std::move(action)) {
+    plans[m_index] = {nth, 0, false, &m_action};
+}
+
+AfterCall::~AfterCall() {
+    plans[m_index] = {};
+}
+
+bool AfterCall::wasReached() const {
     return plans[m_index].reached;
 }
 
@@ -149,7 +172,9 @@ using namespace zor::test;
         static const size_t function = indexOf(#name);                                                                 \
         if (const int error = failureDue(function))                                                                    \
             onFailure;                                                                                                 \
-        return __real_##name arguments;                                                                                \
+        const auto answer = __real_##name arguments;                                                                   \
+        runDueAction(function);                                                                                        \
+        return answer;                                                                                                 \
     }
 #define ZORCOMN_FAILS_BY_RESULT(name, parameters, arguments)                                                           \
     ZORCOMN_WRAP(name, int, parameters, arguments, return error)

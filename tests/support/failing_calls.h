@@ -15,14 +15,15 @@
 // "operator new" stands for all its forms; the plain ones throw std::bad_alloc. Works under the sanitizers.
 
 #include <cstddef>
+#include <functional>
 
 #include <sys/time.h>
 
 namespace zor::test {
 
 /** Makes the nth call (1: the next) that this thread makes of a function fail, once. Calls of other threads are not
- * counted. A failing call does nothing but report: a failing pthread_mutex_unlock leaves the mutex locked. One at a
- * time per function and thread. */
+ * counted. A failing call does nothing but report: a failing pthread_mutex_unlock leaves the mutex locked. One plan at
+ * a time per function and thread. */
 class FailingCall {
 public:
     /** @param error  what a pthread function returns, and what errno is set to by the others. */
@@ -36,6 +37,22 @@ public:
 
 private:
     size_t m_index;
+};
+
+/** Runs an action right after the nth call that this thread makes of a function, before the caller goes on: what
+ * another thread might do in that gap, every time. Not for the allocation functions and gettimeofday. */
+class AfterCall {
+public:
+    AfterCall(const char *function, int nth, std::function<void()> action);
+    ~AfterCall();
+    AfterCall(const AfterCall &) = delete;
+    AfterCall &operator=(const AfterCall &) = delete;
+
+    bool wasReached() const;
+
+private:
+    size_t m_index;
+    std::function<void()> m_action;
 };
 
 /** Counts what is allocated in its lifetime, by any thread, and not yet released; by operator new, malloc, calloc and
