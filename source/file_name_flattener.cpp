@@ -1,5 +1,5 @@
 // Removes "." and ".." from a path by its text alone; the file system is not asked. Both passes read the path once,
-// left to right, so that a path of any length costs its length.
+// from left to right, so that a long path costs no more than its length.
 
 #include "zorcomn/utilities.h"
 
@@ -13,19 +13,15 @@ namespace zor {
 
 namespace {
 
-bool continuesWith(const std::string &text, size_t position, const char *expected) {
-    return text.compare(position, std::strlen(expected), expected) == 0;
-}
-
 /** Every "/./" replaced by "/", again and again until none is left. */
 std::string withoutDots(const std::string &path) {
     std::string result;
-    result.reserve(path.size());
-    for (size_t i = 0; i < path.size(); ++i) {
-        while (continuesWith(path, i, "/./"))
-            i += 2;
-        result += path[i];
+    size_t copied = 0;
+    for (size_t i = path.find("/./"); i != std::string::npos; i = path.find("/./", copied)) {
+        result.append(path, copied, i - copied);
+        copied = i + 2; // to the second "/", with which the next "/./" may begin
     }
+    result.append(path, copied);
     return result;
 }
 
@@ -33,17 +29,16 @@ std::string withoutDots(const std::string &path) {
  * when one has no component before it. */
 std::optional<std::string> withoutDoubleDots(const std::string &path) {
     std::string result;
-    result.reserve(path.size());
-    for (size_t i = 0; i < path.size(); ++i) {
-        while (continuesWith(path, i, "/../")) {
-            const size_t component = result.rfind('/');
-            if (component == std::string::npos)
-                return std::nullopt;
-            result.resize(component);
-            i += 3; // to the last "/", with which the next "/../" may begin
-        }
-        result += path[i];
+    size_t copied = 0;
+    for (size_t i = path.find("/../"); i != std::string::npos; i = path.find("/../", copied)) {
+        result.append(path, copied, i - copied);
+        const size_t component = result.rfind('/');
+        if (component == std::string::npos)
+            return std::nullopt;
+        result.resize(component);
+        copied = i + 3;
     }
+    result.append(path, copied);
     return result;
 }
 

@@ -96,6 +96,12 @@ void writeTime(uint64_t timeStamp, uint32_t clockSequence, Octets &octets) {
     octets[9] = static_cast<uint8_t>(clockSequence);
 }
 
+timeval currentTime() {
+    timeval now{};
+    gettimeofday(&now, nullptr);
+    return now;
+}
+
 } // namespace
 
 void createGuid(GuidState &state, const GuidSources &sources, qelGuid &guid) {
@@ -121,14 +127,8 @@ void createGuid(GuidState &state, const GuidSources &sources, qelGuid &guid) {
 
 qelGuid *qelCoCreateGuid(qelGuid *guid) {
     static zor::GuidState state;
-    static constexpr zor::GuidSources kSystem = {[] {
-                                                     timeval now{};
-                                                     gettimeofday(&now, nullptr);
-                                                     return now;
-                                                 },
-                                                 [] { return std::rand(); }};
     if (guid)
-        zor::createGuid(state, kSystem, *guid);
+        zor::createGuid(state, {zor::currentTime, std::rand}, *guid);
     return guid;
 }
 

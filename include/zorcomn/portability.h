@@ -166,29 +166,121 @@ ZORCOMN_API extern struct qelDynamicLibrary *pDynamicLibraryList[50];
 ZORCOMN_API extern pthread_mutex_t MutexDynamicLibraryList;
 
 /* numeric text, GUIDs, clocks and system names */
+
+/** 16 octets: in memory octet 0 to 15 in order on every machine, so that the fields hold big-endian numbers. */
 typedef struct qelGuid {
     uint32_t Data1;
     uint16_t Data2;
     uint16_t Data3;
     uint8_t Data4[8];
-} qelGuid; /* in memory: the 16 octets 0..15 in order, on every machine */
+} qelGuid;
+/** A local time, taken apart. dayOfWeek counts from Sunday = 0, month from January = 1; milliseconds is always 0. */
 typedef struct qelSystemTime {
     uint16_t year, month, dayOfWeek, day, hour, minute, second, milliseconds;
 } qelSystemTime;
+/** Writes a number as text: signed in radix 10, else the 32 bits unsigned, with lower-case letters and no prefix.
+ * @param value   any.
+ * @param buffer  receives the text and its terminator, at most 12 bytes; its size is not passed. Null is refused.
+ * @param radix   10, 16 or 8.
+ * @return buffer; null when refused (nothing is written).
+ * Error cell: untouched.  Threads: safe.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API char *qelItoa(int32_t value, char *buffer, int32_t radix);
+/** qelItoa under a second name; all that is said there holds. */
 ZORCOMN_API char *qelItot(int32_t value, char *buffer, int32_t radix);
+/** Writes the low 32 bits of a number as text, in radix 10 as a signed number: 4294967295 gives "-1".
+ * @param value   any; the high 32 bits are left out.
+ * @param buffer  receives the text and its terminator, at most 12 bytes; its size is not passed. Null is refused.
+ * @param radix   10, 16 or 8.
+ * @return buffer; null when refused (nothing is written).
+ * Error cell: untouched.  Threads: safe.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API char *qelUltot(uint64_t value, char *buffer, int32_t radix);
+/** Writes a number as text: signed in radix 10, else the 64 bits unsigned, with lower-case letters and no prefix.
+ * @param value   any.
+ * @param buffer  receives the text and its terminator, at most 23 bytes; its size is not passed. Null is refused.
+ * @param radix   10, 16 or 8.
+ * @return buffer; null when refused (nothing is written).
+ * Error cell: untouched.  Threads: safe.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API char *qelI64toa(int64_t value, char *buffer, int32_t radix);
+/** qelI64toa under a second name; all that is said there holds. */
 ZORCOMN_API char *qelI64tot(int64_t value, char *buffer, int32_t radix);
+/** Reads decimal digits. Every character up to the terminator counts, whatever it is: value = value x 10 + code - 48,
+ * so that there are no signs ("-1" is -29), no blanks to skip and no end at a non-digit. Codes are those of a signed
+ * char on every machine: bytes above 127 count as -128 to -1. The value wraps in 64 bits.
+ * @param text  terminated; null counts as empty.
+ * @return the value; 0 for an empty text.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API int64_t qelAtoi64(const char *text);
+/** qelAtoi64 under a second name; all that is said there holds. */
 ZORCOMN_API int64_t qelTtoi64(const char *text);
+/** Converts text in the encoding of the current locale (LC_CTYPE) to wide characters: mbsrtowcs() from a fresh state.
+ * For UTF-8 whatever the locale use qelcomn_utf8_to_unicode.
+ * @param source        terminated; null converts nothing.
+ * @param maximumCount  the most wide characters to write, terminator included.
+ * @param destination   receives the characters; a terminator only where the count leaves room for it. Null writes
+ *                      nothing and counts the whole source.
+ * @return the number of wide characters converted, without the terminator; 0 at an invalid sequence.
+ * Error cell: untouched; errno is EILSEQ at an invalid sequence.
+ * Threads: safe while none changes the locale.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API size_t qelStandardAtoU(const char *source, size_t maximumCount, wchar_t *destination);
+/** Converts wide characters to the encoding of the current locale (LC_CTYPE): wcsrtombs() from a fresh state. For UTF-8
+ * whatever the locale use qelcomn_unicode_to_utf8.
+ * @param source        terminated; null converts nothing.
+ * @param maximumBytes  the most bytes to write, terminator included; a character that does not fit is not begun.
+ * @param destination   receives the bytes; a terminator only where the maximum leaves room for it. Null writes nothing
+ *                      and counts the whole source.
+ * @return the number of bytes converted, without the terminator; 0 at a character that the encoding does not have.
+ * Error cell: untouched; errno is EILSEQ at such a character.
+ * Threads: safe while none changes the locale.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API size_t qelStandardUtoA(const wchar_t *source, size_t maximumBytes, char *destination);
+/** Creates a GUID of version 1: the time in units of 100 ns, a 13-bit clock sequence drawn on the first call, and a
+ * node drawn from rand() for every GUID, its top bit set. Within one microsecond only the node tells GUIDs apart, and
+ * it is as random as the program's srand() and rand() make it: not for secrets.
+ * @param guid  receives the GUID; null is refused.
+ * @return guid.
+ * Error cell: untouched; errno may change on the first call, which opens a socket and closes it again.
+ * Threads: may be called side by side, as far as the system's rand() may; the generator has no lock, and such calls may
+ * share a time stamp, with different nodes.  Owns: nothing.
+ */
 ZORCOMN_API qelGuid *qelCoCreateGuid(qelGuid *guid);
+/** Writes a GUID as text: 36 lower-case characters like "00010203-0405-0607-0809-0a0b0c0d0e0f", the 16 octets in the
+ * order of memory.
+ * @param guid    null is refused.
+ * @param buffer  receives the text and its terminator, 37 bytes; its size is not passed. Null is refused.
+ * @return buffer; null when refused (nothing is written).
+ * Error cell: untouched.  Threads: safe.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API char *qelUuidToStringA(const qelGuid *guid, char *buffer);
+/** Tells the local time, not UTC, whatever the name says; from time() and localtime_r().
+ * @param time  receives the time in whole seconds; all 0 if it cannot be broken down. Null does nothing.
+ * Error cell: untouched.  Threads: safe; beside zorcomn_timegm it may yield UTC.  Owns: nothing.
+ */
 ZORCOMN_API void qelGetSystemTime(qelSystemTime *time);
+/** Counts milliseconds from a point in the past that the system sets, in steps of the system's clock tick; it advances
+ * while the process sleeps. From times() and sysconf(_SC_CLK_TCK).
+ * @return ticks x 1000 / ticks per second in unsigned 32-bit arithmetic, whose product wraps: with 100 ticks per second
+ *         the count starts again at 0 after 42,949,672 ms (11.9 hours), so differences across that point mean nothing.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API uint32_t qelGetTickCount(void);
+/** Tells the computer's name: the node name of uname(), whole, with its domain part where it has one.
+ * @param buffer  receives the name and its terminator; untouched on failure. Null is refused.
+ * @param size    in: the buffer's size in bytes, at least the name's length + 1; out: the name's length without the
+ *                terminator. Unchanged on failure, so it does not tell what would be enough. Null is refused.
+ * @return 1; 0 when refused, when the name does not fit or when uname() fails.
+ * Error cell: untouched; errno as uname() left it.  Threads: safe.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API int32_t qelGetComputerName(char *buffer, uint32_t *size);
+/** Does nothing; there are no messages here. For ported message loops to link.
+ * @param message  not looked at.
+ * @return always 1.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelTranslateMessage(const void *message);
 
 #ifdef __cplusplus

@@ -76,11 +76,38 @@ ZORCOMN_API uint32_t qelcomn_MakeRecursiveDirectoryA(const char *path);
 ZORCOMN_API uint32_t qelcomn_MakeRecursiveDirectoryW(const wchar_t *path);
 ZORCOMN_API int32_t qelcomn_copy_file(const char *source, const char *destination, int32_t overwrite);
 
-/* time stamps */
+/* Time stamps. A compact stamp is 14 digits, like "20090307080509": year, month, day, hour, minute, second. Local time
+ * is that of localtime_r(); the compact makers take no lock, and one that runs beside zorcomn_timegm may yield UTC. */
+
+/** Writes a compact stamp of now in local time - local, unlike its wide twin, whatever the name says.
+ * @param buffer  receives the stamp cut to size - 1 characters, and a terminator. Null does nothing.
+ * @param size    the buffer's size in bytes, 15 for the whole stamp; 0 does nothing.
+ * Error cell: untouched.  Threads: safe.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API void qelcomn_CreateGmtTimeStampA(char *buffer, uint16_t size);
+/** Writes a compact stamp of now in UTC.
+ * @param buffer  receives size wide characters: the stamp, then zeros as far as size goes. With a size of 14 or less
+ *                there is no terminator. Null does nothing.
+ * @param size    the buffer's size in wide characters, 15 for the whole stamp and its terminator; 0 does nothing.
+ * Error cell: untouched.  Threads: safe.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API void qelcomn_CreateGmtTimeStampW(wchar_t *buffer, uint16_t size);
+/** Writes a compact stamp of now in local time.
+ * @param buffer  receives the stamp cut to size - 1 characters, and a terminator. Null does nothing.
+ * @param size    the buffer's size in bytes, 15 for the whole stamp; 0 does nothing.
+ * Error cell: untouched.  Threads: safe.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API void qelcomn_CreateLocalTimeStampA(char *buffer, uint16_t size);
+/** Writes a compact stamp of now in local time.
+ * @param buffer  receives size wide characters: the stamp, then zeros as far as size goes. With a size of 14 or less
+ *                there is no terminator. Null does nothing.
+ * @param size    the buffer's size in wide characters, 15 for the whole stamp and its terminator; 0 does nothing.
+ * Error cell: untouched.  Threads: safe.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API void qelcomn_CreateLocalTimeStampW(wchar_t *buffer, uint16_t size);
+/** Does nothing and returns at once. For ported callers to link.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API void qelcomn_delay(void);
 
 /* agent identity and platform match */
@@ -94,9 +121,30 @@ ZORCOMN_API int32_t qelcomn_GetFileResourceVersionStamp(const char *path, char *
 ZORCOMN_API uint32_t qelcomn_get_user_name(char *buffer, uint32_t size);
 ZORCOMN_API uint32_t qelcomn_IsPlatformMatch(const char *currentPlatform, const char *supportedPlatforms);
 
-/* file name resolver, flat form */
+/* File name resolver, flat form. The class FileNameResolver says what resolving a path means. */
+
+/** Resolves a path to the regular file that it leads to.
+ * @param path      terminated; null is refused.
+ * @param resolver  receives the resolver, also when the path does not resolve: that shows in the get operation. Null is
+ *                  refused; untouched on failure.
+ * @return 0; 0x80000008 when refused or when there is no memory.
+ * Error cell: untouched.  Threads: safe.  Owns: release the resolver once with qelcomn_filenameresolver_destroy.
+ */
 ZORCOMN_API uint32_t qelcomn_filenameresolver_create(const char *path, void **resolver);
+/** Delivers the path found by a resolver.
+ * @param resolver  from qelcomn_filenameresolver_create; null is refused.
+ * @param buffer    receives the path and its terminator; untouched on failure. Null is refused.
+ * @param size      in: the buffer's size in bytes; out: the size needed, terminator included, whether or not the path
+ *                  fitted. Unchanged when the path did not resolve. Null is refused.
+ * @return 0; 0x80000008 when refused, when the path did not resolve, does not fit or there is no memory.
+ * Error cell: untouched.  Threads: safe.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API uint32_t qelcomn_filenameresolver_get_absolute_filename(void *resolver, char *buffer, uint32_t *size);
+/** Destroys a resolver.
+ * @param resolver  from qelcomn_filenameresolver_create, not used afterwards; null does nothing.
+ * @return always 0.
+ * Error cell: untouched.  Threads: none may use the resolver meanwhile.  Owns: takes the resolver back.
+ */
 ZORCOMN_API uint32_t qelcomn_filenameresolver_destroy(void *resolver);
 
 #ifdef __cplusplus
@@ -172,18 +220,74 @@ ZORCOMN_API std::string qelcomn_strip_trailing_whitespace(const std::string text
  */
 ZORCOMN_API bool isBigEndian();
 
+/** Converts a broken-down UTC time to seconds since 1970-01-01 UTC, whatever the process's zone is. The conversion is
+ * mktime's, with TZ set to the empty text for its duration and then put back - removed, if it was unset, empty or
+ * longer than 1,024 characters. Meanwhile code outside the library that reads the zone or the environment is not
+ * protected.
+ * @param utc  read and normalised in place, weekday, day of year and daylight flag filled in; set tm_isdst to 0. Null
+ * is refused.
+ * @return the seconds; -1 when refused, when time_t cannot hold them (32 bits: beyond 2038-01-19) or when there is no
+ *         memory - and for 1969-12-31 23:59:59.
+ * Error cell: untouched; errno as mktime() left it.
+ * Threads: safe among the library's functions, which share a mutex over the zone.  Owns: nothing.
+ */
 ZORCOMN_API std::time_t zorcomn_timegm(std::tm *utc);
+/** Tells the name of the zone's standard time, such as "CET": the C library's tzname[0], as the last tzset() left it; a
+ * changed TZ shows only after that.
+ * @param name  receives the name, at most its first 63 bytes; untouched on failure.
+ * @return true; false when the system has no name or there is no memory.
+ * Error cell: untouched.  Threads: safe among the library's functions.  Owns: nothing.
+ */
 ZORCOMN_API bool zorcomn_gettimezone(std::wstring &name);
+/** Tells the local time in a form to read, 19 characters like "2009-03-07 08:05:09"; a year below 1000 is filled up
+ * with blanks.
+ * @return the stamp of now; empty when the time cannot be broken down.
+ * Error cell: untouched.  Threads: safe, beside zorcomn_timegm too.  Owns: nothing.
+ */
 ZORCOMN_API std::string qelcomn_get_time_stamp_ansi();
+/** qelcomn_get_time_stamp_ansi as wide text; all that is said there holds. */
 ZORCOMN_API std::wstring qelcomn_get_time_stamp_wide();
+/** Tells how long the system has been running: the clock less the boot time, from sysctl KERN_BOOTTIME on the target,
+ * the btime of /proc/stat elsewhere.
+ * @return seconds, negative when the clock was set back behind the boot; 0x7FFFFFFF when the boot time is not known.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API int32_t get_system_uptime_osx();
+/** get_system_uptime_osx under the name for every system; all that is said there holds. */
 ZORCOMN_API int32_t qelcomn_get_system_uptime();
 
+/** Makes a path absolute and takes "." and ".." out of it, by its text alone: the file system is not asked, and ".."
+ * takes away the component before it even where that is a symbolic link. One '/' at the end is dropped; repeated ones
+ * inside stay as they are. Two results to know: "/" and "" stand for the base directory (and keep a '/' at the end),
+ * and what comes down to the root, such as "/a/..", is the empty text. Copies are independent.
+ */
 class FileNameFlattener {
 public:
+    /** Flattens a path against the current directory.
+     * @param path  any text. A relative one is put behind the current directory, which counts as empty when it cannot
+     *              be told or takes more than 1,023 characters.
+     * Error cell: untouched; errno as getcwd() left it.  Threads: safe while none changes the directory.  Owns:
+     * nothing.
+     */
     ZORCOMN_API explicit FileNameFlattener(const std::string &path);
+    /** Flattens a path against a base directory.
+     * @param path  any text.
+     * @param base  is itself flattened against the current directory first; when that fails, so does this, even for an
+     *              absolute path.
+     * Error cell: untouched; errno as getcwd() left it.  Threads: safe while none changes the directory.  Owns:
+     * nothing.
+     */
     ZORCOMN_API FileNameFlattener(const std::string &path, const std::string &base);
+    /** Flattens again what the object was made from; the constructors have done it already.
+     * @return 1; 0 when a ".." has nothing before it to take away, or there is no memory.
+     * Error cell: untouched.  Threads: one object serves one thread at a time.  Owns: nothing.
+     */
     ZORCOMN_API int32_t Flatten();
+    /** Delivers the flat path.
+     * @param path  receives it; untouched on failure.
+     * @return 1; 0 when flattening failed or there is no memory.
+     * Error cell: untouched.  Threads: safe while none flattens the object again.  Owns: nothing.
+     */
     ZORCOMN_API int32_t GetFlatPath(std::string &path) const;
 
 private:
@@ -193,9 +297,25 @@ private:
     std::string m_base;
 };
 
+/** Follows symbolic links from a path to a regular file. The path and every link's text are flattened, a relative link
+ * against the folder it lies in (for a link in the root: the current directory); of a path only its last component is
+ * followed, linked folders on the way stay in it. A chain may have any number of links. A chain that comes back to a
+ * path where it has been - a loop - does not resolve, nor does one that the system refuses, one with a link text beyond
+ * 1,023 bytes or one that ends at anything but a regular file. Copies are independent.
+ */
 class FileNameResolver {
 public:
+    /** Resolves a path; GetAbsolutePath tells the outcome.
+     * @param path  any text; a relative one stands against the current directory.
+     * Error cell: untouched; errno as getcwd(), lstat() or readlink() left it.
+     * Threads: safe while none changes the directory.  Owns: nothing.
+     */
     ZORCOMN_API explicit FileNameResolver(const std::string &path);
+    /** Delivers the flat path of the regular file.
+     * @param path  receives it; untouched on failure.
+     * @return 1; 0 when the path did not resolve or there is no memory.
+     * Error cell: untouched.  Threads: safe.  Owns: nothing.
+     */
     ZORCOMN_API int32_t GetAbsolutePath(std::string &path) const;
 
 private:
