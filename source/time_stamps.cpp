@@ -7,16 +7,43 @@
 #include "source/time_stamps.h"
 #include "source/time_zone.h"
 
-#include <cstdio>
+#include <algorithm>
+#include <charconv>
+#include <cstddef>
 #include <cwchar>
 
 namespace zor {
 
 namespace {
 
-/** Years since 0, in a type that the sum cannot leave. */
-long long yearOf(const std::tm &time) {
-    return time.tm_year + 1900LL;
+constexpr size_t kLongestNumber = 20; // of 64 bits, with its sign
+constexpr size_t kLongestStamp = 6 * kLongestNumber + 5;
+
+/** What printf makes of a number that is filled up to a width with blanks or zeros. Returns the end. */
+char *putNumber(char *next, long long value, std::ptrdiff_t width, char fill) {
+    char digits[kLongestNumber];
+    const auto magnitude = static_cast<unsigned long long>(value);
+    const char *end = std::to_chars(digits, digits + sizeof digits, value < 0 ? 0 - magnitude : magnitude).ptr;
+    const std::ptrdiff_t missing = width - (end - digits) - (value < 0 ? 1 : 0);
+    if (value < 0 && fill == '0')
+        *next++ = '-';
+    for (std::ptrdiff_t i = 0; i < missing; ++i)
+        *next++ = fill;
+    if (value < 0 && fill != '0')
+        *next++ = '-';
+    return std::copy(static_cast<const char *>(digits), end, next);
+}
+
+/** A stamp of any time at all, its separators put between the six numbers. */
+void putStamp(char (&stamp)[kLongestStamp + 1], const std::tm &time, char yearFill, const char *separators) {
+    const long long others[] = {time.tm_mon + 1LL, time.tm_mday, time.tm_hour, time.tm_min, time.tm_sec};
+    char *next = putNumber(stamp, time.tm_year + 1900LL, 4, yearFill);
+    for (const long long number : others) {
+        if (*separators)
+            *next++ = *separators++;
+        next = putNumber(next, number, 2, '0');
+    }
+    *next = '\0';
 }
 
 using BreakDown = std::tm *(*)(const std::time_t *, std::tm *);
@@ -33,20 +60,18 @@ template <class Character> void writeStampOfNow(BreakDown breakDown, Character *
 
 // Kept: blanks, not zeros, fill a short year up to four places.
 std::array<char, 32> readableStamp(const std::tm &time) {
-    char whole[96]; // for any numbers at all
-    std::snprintf(whole, sizeof whole, "%4lld-%02d-%02d %02d:%02d:%02d", yearOf(time), time.tm_mon + 1, time.tm_mday,
-                  time.tm_hour, time.tm_min, time.tm_sec);
+    char whole[kLongestStamp + 1];
+    putStamp(whole, time, ' ', "-- ::");
     std::array<char, 32> text{};
     copyText(text.data(), text.size(), whole);
     return text;
 }
 
 void writeCompactStamp(const std::tm *time, char *buffer, uint16_t size) {
+    char whole[kLongestStamp + 1] = "";
     if (time)
-        std::snprintf(buffer, size, "%04lld%02d%02d%02d%02d%02d", yearOf(*time), time->tm_mon + 1, time->tm_mday,
-                      time->tm_hour, time->tm_min, time->tm_sec);
-    else
-        copyText(buffer, size, "");
+        putStamp(whole, *time, '0', "");
+    copyText(buffer, size, whole);
 }
 
 void writeCompactStamp(const std::tm *time, wchar_t *buffer, uint16_t size) {

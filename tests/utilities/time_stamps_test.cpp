@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <set>
@@ -68,6 +69,22 @@ TEST(CompactStamp, EachField_HasItsPlaces) {
     const std::tm early = timeOf(7, 1, 2, 3, 4, 5);
     zor::writeCompactStamp(&early, narrow, sizeof narrow);
     EXPECT_STREQ(narrow, "00070102030405");
+}
+
+TEST(CompactStamp, AnyNumbers_ArePaddedAsPrintfPadsThem) {
+    for (const int number : {INT_MIN, -1234567, -100, -10, -1, 0, 9, 10, 99, 100, 123456, INT_MAX - 1}) {
+        std::tm time{};
+        time.tm_year = time.tm_mon = time.tm_mday = time.tm_hour = time.tm_min = time.tm_sec = number;
+        char printed[128];
+        std::snprintf(printed, sizeof printed, "%04lld%02lld%02d%02d%02d%02d", number + 1900LL, number + 1LL, number,
+                      number, number, number);
+        char made[128];
+        zor::writeCompactStamp(&time, made, sizeof made);
+        EXPECT_STREQ(made, printed);
+        std::snprintf(printed, sizeof printed, "%4lld-%02lld-%02d %02d:%02d:%02d", number + 1900LL, number + 1LL,
+                      number, number, number, number);
+        EXPECT_EQ(zor::readableStamp(time).data(), std::string(printed).substr(0, 31));
+    }
 }
 
 TEST(CompactStamp, NarrowBufferOfEachSize_GetsATerminatedPrefix) {
