@@ -1,10 +1,11 @@
 // Text conversion against the system's own converter: iconv called directly on the whole text is what callers must get.
-// iconv_open is replaced here by one that counts and can be told to fail.
+// This test stands between the library and iconv_open (--wrap), counts, and can make it fail.
 
 #include "zorcomn/utilities.h"
 
 #include "platform/host.h"
 #include "platform/posix.h"
+#include "tests/support/failing_calls.h"
 #include "tests/support/test_seed.h"
 
 #include <algorithm>
@@ -16,9 +17,9 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 using velmora_com::vta::isBigEndian;
@@ -35,15 +36,15 @@ bool convertersFail = false;
 
 } // namespace
 
-extern "C" iconv_t iconv_open(const char *to, const char *from) {
+extern "C" {
+iconv_t __real_iconv_open(const char *to, const char *from);
+iconv_t __wrap_iconv_open(const char *to, const char *from) {
     ++convertersOpened;
-    if (convertersFail) {
-        errno = ENOMEM;
-        return reinterpret_cast<iconv_t>(-1);
-    }
-    using Open = iconv_t (*)(const char *, const char *);
-    static const Open systems = reinterpret_cast<Open>(dlsym(RTLD_NEXT, "iconv_open"));
-    return systems(to, from);
+    if (!convertersFail)
+        return __real_iconv_open(to, from);
+    errno = ENOMEM;
+    return reinterpret_cast<iconv_t>(-1);
+}
 }
 
 namespace {
@@ -423,6 +424,34 @@ TEST(TextConversion, SourceInsideDestination_ConvertsAsFromACopy_Kept) {
         std::memcpy(buffer + offset, utf8.c_str(), utf8.size() + 1);
         EXPECT_EQ(qelcomn_utf8_to_unicode(buffer + offset, wideBuffer, &wideCapacity), 0u);
         EXPECT_EQ(wideBuffer, wide);
+    }
+}
+
+TEST(TextConversion, SourceInsideDestinationWithoutMemory_IsRefused) {
+    alignas(wchar_t) char buffer[64] = "ab\xE2\x82\xAC";
+    const int32_t capacity = sizeof buffer / sizeof(wchar_t);
+    const zor::test::FailingCall failing("operator new");
+    EXPECT_EQ(qelcomn_utf8_to_unicode(buffer, reinterpret_cast<wchar_t *>(buffer), &capacity), kFailure);
+    EXPECT_TRUE(failing.wasReached());
+    EXPECT_STREQ(buffer, "ab\xE2\x82\xAC");
+}
+
+TEST(TextConversion, NoMemory_GivesAnEmptyString) {
+    for (const int nth : {1, 2}) { // the work buffer, the result
+        const std::wstring wide(50, L'x');
+        const std::string narrow(50, 'x');
+        std::wstring wideArgument = wide;
+        std::string narrowArgument = narrow;
+        {
+            const zor::test::FailingCall failing("operator new", nth);
+            EXPECT_EQ(qelcomn_wide_to_ansi(std::move(wideArgument)), "") << nth;
+            EXPECT_TRUE(failing.wasReached()) << nth;
+        }
+        {
+            const zor::test::FailingCall failing("operator new", nth);
+            EXPECT_EQ(qelcomn_ansi_to_wide(std::move(narrowArgument)), L"") << nth;
+            EXPECT_TRUE(failing.wasReached()) << nth;
+        }
     }
 }
 

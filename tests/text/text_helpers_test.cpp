@@ -1,7 +1,10 @@
 #include "zorcomn/utilities.h"
 
+#include "tests/support/failing_calls.h"
+
 #include <climits>
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -66,6 +69,23 @@ TEST(WhiteSpace, TrailingOfEmptyOrWhitesOnly_IsEmpty) {
     EXPECT_EQ(qelcomn_strip_trailing_whitespace(""), "");
     EXPECT_EQ(qelcomn_strip_trailing_whitespace(" "), "");
     EXPECT_EQ(qelcomn_strip_trailing_whitespace(" \t\r\n "), "");
+}
+
+TEST(TextHelpers, NoMemory_GivesAnEmptyString) {
+    const std::string text = " " + std::string(60, 'x') + " ";
+    std::string (*const kHelpers[])(std::string) = {qelcomn_convert_to_upper, qelcomn_convert_to_lower,
+                                                    qelcomn_strip_leading_whitespace,
+                                                    qelcomn_strip_trailing_whitespace};
+    for (const auto helper : kHelpers) {
+        std::string argument = text;
+        const zor::test::FailingCall failing("operator new");
+        EXPECT_EQ(helper(std::move(argument)), "");
+        EXPECT_TRUE(failing.wasReached());
+    }
+    const long value = -2147483647L;
+    const zor::test::FailingCall failing("operator new");
+    EXPECT_EQ(qelcomn_long_to_wide_string(value), L"");
+    EXPECT_TRUE(failing.wasReached());
 }
 
 TEST(ByteOrder, IsBigEndian_AgreesWithTheCompiler) {
