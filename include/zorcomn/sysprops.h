@@ -5,11 +5,23 @@
 #include <string>
 #include <utility>
 
+/* System properties: the facts that the agent reports about its machine. Each is a wide text under a name of the
+ * vocabulary below. Collectors gather them by group into records; a property is asked for by its name, or all come in
+ * one map. Texts that come from the machine and are no valid UTF-8 are cut before the first invalid byte.
+ *
+ * The constants get their values when the library is loaded, before the static initialisers of a program that links it,
+ * and lose them when it is unloaded. They are not const, but read-only all the same: callers compare with them, the
+ * library never assigns, and callers must not.
+ * Threads: safe to read.  Owns: the library. */
+
 namespace velmora_com {
 namespace vta {
 namespace sysprops {
 
+/** Name of the section that callers keep the properties in; no property itself. */
 ZORCOMN_API extern std::wstring SystemInfo_Key;
+
+/** Names of the properties, to be compared exactly. Which record holds which, the records below tell. */
 ZORCOMN_API extern std::wstring PlatformId_Key;
 ZORCOMN_API extern std::wstring ComputerName_Key;
 ZORCOMN_API extern std::wstring UserName_Key;
@@ -40,10 +52,17 @@ ZORCOMN_API extern std::wstring DefaultLangID_Key;
 ZORCOMN_API extern std::wstring TotalDiskSpace_Key;
 ZORCOMN_API extern std::wstring FreeDiskSpace_Key;
 ZORCOMN_API extern std::wstring NumFileSystems_Key;
+
+/** Parts of the names under which one map holds each file system: FileSystemName, the mount point in double quotes, a
+ * blank, and one of the two others, as in FileSystem"/" Total_Disk_Space_in_MB. */
 ZORCOMN_API extern std::wstring FileSystemName;
 ZORCOMN_API extern std::wstring FileSystemFreeSpace;
 ZORCOMN_API extern std::wstring FileSystemTotalSpace;
+
+/** "N/A", the value of what no collector has found. */
 ZORCOMN_API extern std::wstring DefaultProp_Val;
+
+/** Distributions, and the files that tell them; for callers, the collectors here do not use them. */
 ZORCOMN_API extern std::wstring suse_distribution;
 ZORCOMN_API extern std::wstring redhat_distribution;
 ZORCOMN_API extern std::wstring novell_distribution;
@@ -51,6 +70,8 @@ ZORCOMN_API extern std::string redhat_release_file;
 ZORCOMN_API extern std::string ubuntu_release_file;
 ZORCOMN_API extern std::string suse_release_file;
 ZORCOMN_API extern std::string debian_release_file;
+
+/** Identifiers of platforms ("PlatformID"). platform_pinecrest and platform_linux hold the same text. */
 ZORCOMN_API extern std::wstring platform_pinecrest;
 ZORCOMN_API extern std::wstring platform_rkos;
 ZORCOMN_API extern std::wstring platform_linux;
@@ -59,8 +80,12 @@ ZORCOMN_API extern std::wstring platform_gwa;
 ZORCOMN_API extern std::wstring platform_solaris;
 ZORCOMN_API extern std::wstring platform_hpux;
 ZORCOMN_API extern std::wstring platform_aix;
+
+/** Texts for what cannot be told. */
 ZORCOMN_API extern std::wstring unknown;
 ZORCOMN_API extern std::wstring unknown_domain;
+
+/** Names of operating systems ("OSType"). workstation holds the same text as os_linux. */
 ZORCOMN_API extern std::wstring os_linux;
 ZORCOMN_API extern std::wstring os_mac;
 ZORCOMN_API extern std::wstring os_solaris;
@@ -68,61 +93,110 @@ ZORCOMN_API extern std::wstring os_hpux;
 ZORCOMN_API extern std::wstring os_aix;
 ZORCOMN_API extern std::wstring os_gwa;
 ZORCOMN_API extern std::wstring workstation;
+
+/** Kinds of machine ("OSPlatform"). */
 ZORCOMN_API extern std::wstring p_workstation;
 ZORCOMN_API extern std::wstring p_server;
+
+/** Makers ("OSOEMId"). */
 ZORCOMN_API extern std::wstring os_mac_oemid;
 ZORCOMN_API extern std::wstring os_solaris_oemid;
 ZORCOMN_API extern std::wstring os_hpux_oemid;
 ZORCOMN_API extern std::wstring os_aix_oemid;
+
+/** Marks of server editions, separated by commas; the blanks around them belong to them, the last one too. */
 ZORCOMN_API extern std::string server_strings;
 ZORCOMN_API extern std::string suse_server_strings;
+
+/** A file that may name the platform. */
 ZORCOMN_API extern std::wstring os_platform_ini;
 
+/* The records. Fields are read and written freely; each holds "N/A" until a collector writes it, but where another
+ * start is named. Records are copied field by field. Threads: one record, one thread at a time. */
+
+/** The processors. IsPortable starts empty. CPUSerialNumber is never written. Source: the collector GetCPUInformation.
+ */
 class CPUInformation {
 public:
     ZORCOMN_API CPUInformation();
     std::wstring CPUType, CPUSpeed, NumOfCPU, CPUSerialNumber, IsPortable;
 };
 
+/** The machine's names and the address that represents it. Source: the collector GetNetworkInformation. */
 class NetworkInformation {
 public:
     ZORCOMN_API NetworkInformation();
     std::wstring DomainName, ComputerName, IPAddress, SubnetAddress, SubnetMask, NETAddress, IPXAddress, IPHostName;
 };
 
+/** Memory in bytes. Source: the collector GetMemoryInformation. */
 class MemoryInformation {
 public:
     ZORCOMN_API MemoryInformation();
     std::wstring TotalPhysicalMemory, FreeMemory;
 };
 
+/** The operating system. PlatformID starts empty. Source: the collector GetOSInformation. */
 class OSInformation {
 public:
     ZORCOMN_API OSInformation();
     std::wstring OSType, OSPlatform, OSVersion, OSCsdVersion, OSBuildNum, OSOEMId, PlatformID, OSBitMode;
 };
 
+/** Local file systems; space in megabytes of 2^20 bytes with two decimals. FileSystems starts empty. Source: the
+ * collector GetDiskInformation. */
 class DiskInformation {
 public:
     ZORCOMN_API DiskInformation();
     std::wstring TotalDiskSpace, FreeDiskSpace, NumberOfFileSystems;
-    /* mount point -> (total MB, free MB) */
+    /** Mount point to (total, free) megabytes. */
     std::map<std::wstring, std::pair<std::wstring, std::wstring>> FileSystems;
 };
 
+/** Users, time zone, language and time of the collection. Source: the collector GetMiscInformation. */
 class MiscInformation {
 public:
     ZORCOMN_API MiscInformation();
     std::wstring UserName, TimeZone, DefaultLangID, LastUpdate;
 };
 
+/** Collects system properties into records of its own. The records are never reset: what a collector fails to write
+ * keeps the value of an earlier call on the same object; a fresh object has no stale values. Copying copies the
+ * records.
+ * Threads: one object, one thread at a time; objects share nothing but the last known local address. */
 class ISysProps {
 public:
+    /** Makes an object whose records hold their starting values; collects nothing.
+     * Error cell: untouched.  Threads: safe.  Owns: its records.
+     */
     ZORCOMN_API ISysProps();
+    /** Releases the records.
+     * Error cell: untouched.  Threads: no other may use the object.  Owns: nothing.
+     */
     ZORCOMN_API ~ISysProps();
 
+    /** Tells one property. Runs the collector of its group on the object's record, even if it ran before.
+     * @param name  a property's name, compared exactly; letter case counts.
+     * @return the value as the record holds it after the collection: "N/A", or empty for "IsPortable" and "PlatformID",
+     *         when it has never been found. Empty, and nothing collected, for a name in no group: unknown names,
+     *         "SystemInfo" and "NumberOfFileSystems". Empty when there is no memory.
+     * Error cell: untouched.  Threads: one object, one thread at a time.  Owns: nothing.
+     */
     ZORCOMN_API std::wstring GetOneSystemProperty(const std::wstring &name);
+    /** Collects every property, the file systems in the same map.
+     * @param props  [out] cleared, then 29 properties (all but "IsPortable") and two names for each file system of the
+     *               disk record, built as FileSystemName tells.
+     * @return true. What was not found holds its earlier value, at first "N/A" ("PlatformID" and the processor's texts
+     *         can be empty); a lack of memory leaves properties out.
+     * Error cell: untouched.  Threads: one object, one thread at a time.  Owns: nothing.
+     */
     ZORCOMN_API bool GetAllSystemProperties(std::map<std::wstring, std::wstring> &props);
+    /** Collects every property, the file systems apart.
+     * @param props        [out] cleared, then 30 properties, "IsPortable" among them.
+     * @param fileSystems  [out] replaced by the disk record's table: mount point to (total, free) megabytes.
+     * @return true, as the other form.
+     * Error cell: untouched.  Threads: one object, one thread at a time.  Owns: nothing.
+     */
     ZORCOMN_API bool GetAllSystemProperties(std::map<std::wstring, std::wstring> &props,
                                             std::map<std::wstring, std::pair<std::wstring, std::wstring>> &fileSystems);
 
@@ -144,22 +218,55 @@ public:
      */
     ZORCOMN_API bool GetMiscInformation(MiscInformation &info);
 
+    /* Whether a name belongs to a group, compared exactly; these collect nothing.
+     * Error cell: untouched.  Threads: safe.  Owns: nothing. */
+
+    /** @return true for "ComputerName", "DomainName", "IPAddress", "IPHostName", "IPXAddress", "NETAddress",
+     * "SubnetAddress" and "SubnetMask". */
     ZORCOMN_API bool IsNetworkProperty(const std::wstring &name);
+    /** @return true for "CPUType", "NumOfCPU", "CPUSpeed", "IsPortable" and "CPUSerialNumber". */
     ZORCOMN_API bool IsCPUProperty(const std::wstring &name);
+    /** @return true for "TotalPhysicalMemory" and "FreeMemory". */
     ZORCOMN_API bool IsMemoryProperty(const std::wstring &name);
+    /** @return true for "UserName", "TimeZone", "DefaultLangID" and "LastUpdate". */
     ZORCOMN_API bool IsMiscProperty(const std::wstring &name);
+    /** @return true for "FreeDiskSpace" and "TotalDiskSpace"; false for "NumberOfFileSystems", though
+     * GetOneDiskProperty answers it. */
     ZORCOMN_API bool IsDiskProperty(const std::wstring &name);
+    /** @return true for "OSType", "OSBitMode", "OSPlatform", "OSVersion", "OSBuildNum", "OSCsdVersion", "OSOEMId" and
+     * "PlatformID". */
     ZORCOMN_API bool IsOSProperty(const std::wstring &name);
 
+    /* One property of a known group. Each runs its group's collector on the object's record, whatever the name, and
+     * returns the field that holds the property, "N/A" for a name outside the group, an empty text when there is no
+     * memory.
+     * Error cell: untouched.  Threads: one object, one thread at a time.  Owns: nothing. */
+
+    /** Collects the network record; the names are those of IsNetworkProperty. */
     ZORCOMN_API std::wstring GetOneNetworkProperty(const std::wstring &name);
+    /** Collects the processor record; the names are those of IsCPUProperty. */
     ZORCOMN_API std::wstring GetOneCPUProperty(const std::wstring &name);
+    /** Collects the memory record; the names are those of IsMemoryProperty. */
     ZORCOMN_API std::wstring GetOneMemoryProperty(const std::wstring &name);
+    /** Collects the miscellaneous record; the names are those of IsMiscProperty. */
     ZORCOMN_API std::wstring GetOneMiscProperty(const std::wstring &name);
+    /** Collects the disk record; the names are those of IsDiskProperty and "NumberOfFileSystems". */
     ZORCOMN_API std::wstring GetOneDiskProperty(const std::wstring &name);
+    /** Collects the operating system record; the names are those of IsOSProperty. */
     ZORCOMN_API std::wstring GetOneOSProperty(const std::wstring &name);
 
+    /** Remembers, for the process, the local address by which the agent last reached its server; the network collector
+     * prefers it when an interface carries it in exactly this text.
+     * @param ip  an address text, IPv6 in expanded form; empty: none is known. Not checked.
+     * Error cell: untouched.  Threads: unguarded; set it from one thread while none reads it.  Owns: keeps a copy.
+     */
     ZORCOMN_API static void updateLocalIP(const std::wstring &ip);
+    /** Tells the local address last set.
+     * @return a copy; empty before the first one is set, and when there is no memory.
+     * Error cell: untouched.  Threads: unguarded, as updateLocalIP.  Owns: nothing.
+     */
     ZORCOMN_API static std::wstring GetLastKnownLocalIP();
+    /** What the two functions above set and tell; unguarded. */
     ZORCOMN_API static std::wstring m_wstrLastKnownLocalIP;
 
 private:
@@ -171,9 +278,30 @@ private:
     MiscInformation m_misc;
 };
 
+/** Converts wide text to UTF-8, as qelcomn_wide_to_ansi of utilities.h does.
+ * @param text  ends at its first zero character, if it holds one.
+ * @return the UTF-8 text, cut where text is invalid; empty when there is no memory.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API std::string sysprops_wide_to_ansi(std::wstring text);
+/** Converts UTF-8 to wide text, as qelcomn_ansi_to_wide of utilities.h does.
+ * @param text  ends at its first zero byte, if it holds one.
+ * @return the wide text, cut where text is invalid; empty when there is no memory.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API std::wstring sysprops_ansi_to_wide(std::string text);
+/** Tells the computer's name. Source: the node name of uname, cut before its first '.'.
+ * @param name  [out] bytes as the system holds them; untouched on failure.
+ * @return true; false when uname fails or there is no memory.
+ * Error cell: untouched; errno as uname left it.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API bool getComputerName(std::string &name);
+/** Tells the name of a user. Source: the user database (getpwuid_r).
+ * @param uid   the user's identifier.
+ * @param name  [out] bytes as the database holds them; untouched on failure.
+ * @return true; false when there is no such user, the database cannot be read or there is no memory.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API bool GetPwUid(unsigned int uid, std::string &name);
 
 ZORCOMN_API bool ConvertGestaltCPUTypeToString(long code, char *out);
@@ -193,36 +321,83 @@ extern template double get_closest_floor<double>(const double &, const double &,
 } // namespace vta
 } // namespace velmora_com
 
-/* one property each, by a fresh ISysProps; global namespace, C++ linkage */
+/* One property each, for callers with no object: every call collects anew through an ISysProps of its own, so that it
+ * costs a run of its group's collector and knows nothing of earlier calls. Global namespace, C++ linkage.
+ *
+ * Results: what ISysProps::GetOneSystemProperty gives for the property named, "N/A" when it is not found; empty when
+ * there is no memory. Sources: those of the group's collector above.
+ * Error cell: untouched.  Threads: as the group's collector.  Owns: nothing. */
+
+/** Architecture and kind of the processors ("CPUType"). */
 ZORCOMN_API std::wstring qelcomn_get_cpu_type();
+/** Clock of the processors, as "1000 MHz" ("CPUSpeed"). */
 ZORCOMN_API std::wstring qelcomn_get_cpu_speed();
+/** Number of processors ("NumOfCPU"). */
 ZORCOMN_API std::wstring qelcomn_get_number_of_processors();
+/** Serial number of the processor, which no collector finds: "N/A" ("CPUSerialNumber"). */
 ZORCOMN_API std::wstring qelcomn_get_cpu_serial_number();
+/** Domain of the machine ("DomainName"). */
 ZORCOMN_API std::wstring qelcomn_get_domain_name();
+/** Name of the machine ("ComputerName"). */
 ZORCOMN_API std::wstring qelcomn_get_computer_name();
+/** Address that represents the machine ("IPAddress"). */
 ZORCOMN_API std::wstring qelcomn_get_ip_address();
+/** Subnet of that address ("SubnetAddress"). */
 ZORCOMN_API std::wstring qelcomn_get_subnet_address();
+/** Mask of that subnet ("SubnetMask"). */
 ZORCOMN_API std::wstring qelcomn_get_subnet_mask();
+/** Hardware address of the interface that carries that address ("NETAddress"). */
 ZORCOMN_API std::wstring qelcomn_get_mac_address();
+/** IPX address, which no collector finds: "N/A" ("IPXAddress"). */
 ZORCOMN_API std::wstring qelcomn_get_ipx_address();
+/** Fully qualified name of the machine ("IPHostName"). */
 ZORCOMN_API std::wstring qelcomn_get_fqdn_address();
+/** Physical memory in bytes ("TotalPhysicalMemory"). */
 ZORCOMN_API std::wstring qelcomn_get_total_memory();
+/** Free memory in bytes, in twentieths of the total ("FreeMemory"). */
 ZORCOMN_API std::wstring qelcomn_get_free_memory();
+/** Always empty: "NumberOfFileSystems" belongs to no group; ISysProps::GetOneDiskProperty tells it. */
 ZORCOMN_API std::wstring qelcomn_get_number_of_file_systems();
+/** Megabytes of all local file systems ("TotalDiskSpace"). */
 ZORCOMN_API std::wstring qelcomn_get_total_disk_space();
+/** Free megabytes of all local file systems, in twentieths of the total ("FreeDiskSpace"). */
 ZORCOMN_API std::wstring qelcomn_get_free_disk_space();
+/** Name of the operating system ("OSType"). */
 ZORCOMN_API std::wstring qelcomn_get_os_type();
+/** "Server" or "Workstation" ("OSPlatform"). */
 ZORCOMN_API std::wstring qelcomn_get_os_platform();
+/** Version of the operating system ("OSVersion"). */
 ZORCOMN_API std::wstring qelcomn_get_os_version();
+/** Third part of that version ("OSCsdVersion"). */
 ZORCOMN_API std::wstring qelcomn_get_os_service_pack();
+/** Build of the operating system ("OSBuildNum"). */
 ZORCOMN_API std::wstring qelcomn_get_os_build_number();
+/** Maker of the operating system ("OSOEMId"). */
 ZORCOMN_API std::wstring qelcomn_get_os_oem_id();
+/** Identifier of the platform; empty, not "N/A", when not known ("PlatformID"). */
 ZORCOMN_API std::wstring qelcomn_get_os_platform_id();
+/** Users logged on, "NA" for none. Not the function of the same name with two arguments in utilities.h. Property
+ * "UserName". */
 ZORCOMN_API std::wstring qelcomn_get_user_name();
+/** Name of the standard-time zone ("TimeZone"). */
 ZORCOMN_API std::wstring qelcomn_get_time_zone();
+/** Windows locale identifier of the language, four hexadecimal digits ("DefaultLangID"). */
 ZORCOMN_API std::wstring qelcomn_get_language();
+/** Time of this call: month/day/year hour:minute:second ("LastUpdate"). */
 ZORCOMN_API std::wstring qelcomn_get_last_update_time();
+
+/** A placeholder.
+ * @param index  whatever it is.
+ * @return "N/A". */
 ZORCOMN_API std::wstring qelcomn_get_file_system_name(int index);
+/** A placeholder.
+ * @param name  whatever it is.
+ * @return "N/A". */
 ZORCOMN_API std::wstring qelcomn_get_file_system_free_space_by_name(const std::wstring &name);
+/** A placeholder.
+ * @param name  whatever it is.
+ * @return "N/A". */
 ZORCOMN_API std::wstring qelcomn_get_file_system_total_space_by_name(const std::wstring &name);
+
+/** Does what ISysProps::updateLocalIP does. */
 ZORCOMN_API void qelcomn_set_local_ip_addr(std::wstring ip);
