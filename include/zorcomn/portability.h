@@ -50,24 +50,135 @@ ZORCOMN_API int32_t qelDisableThreadLibraryCalls(void *module);
 ZORCOMN_API extern pid_t nTlsOwnerTable[512];
 ZORCOMN_API extern pthread_key_t *pTlsKeyTable[512];
 
-/* files */
+/* Files: handles over POSIX descriptors, closed with qelCloseHandle. They cannot be waited on. What an operation does
+ * to a handle that is 0, all-ones or of another kind is refuse it: nErrno = 22, result 0 (all-ones where the result is
+ * a size or a position). One file serves one thread at a time; different files are independent. */
+
+/** Opens or creates a file. New files get the permission bits 0660 within the process's mask; the descriptor is closed
+ * in programs that the process starts.
+ * @param path                 narrow text; null is refused. A file to be deleted on closing wants a path of at most 259
+ *                             bytes: a longer one is kept cut, and closing then removes nothing and fails.
+ * @param desiredAccess        0x80000000 read, 0x40000000 write, 0xC0000000 both; nothing else.
+ * @param shareMode            ignored, as are securityAttributes and templateFile.
+ * @param creationDisposition  1 create, fail if it exists; 2 create or empty; 3 open, fail if it does not exist; 4 open
+ *                             or create. Nothing else: 5 (empty an existing file) is refused.
+ * @param flagsAndAttributes   0, 128 (normal) or 0x04000000 (delete the file when the handle is closed); nothing else.
+ * @return a file handle; 0 on failure - not the all-ones handle.
+ * Error cell: nErrno = 22 when refused, 12 when memory is short, else untouched; errno as open() left it.
+ * Threads: safe.  Owns: release the handle with qelCloseHandle.
+ */
 ZORCOMN_API HANDLE qelCreateFileAW(const char *path, uint32_t desiredAccess, uint32_t shareMode,
                                    void *securityAttributes, uint32_t creationDisposition, uint32_t flagsAndAttributes,
                                    HANDLE templateFile);
+/** Reads from the current position, in one read() that may deliver less than asked for. May block; a cancellation
+ * point.
+ * @param file         from qelCreateFileAW.
+ * @param buffer       receives at most bytesToRead bytes, not terminated.
+ * @param bytesToRead  capacity of buffer in bytes.
+ * @param bytesRead    receives the count, 0 at the end of the file; null is refused. Untouched on failure.
+ * @param overlapped   ignored.
+ * @return 1, also at the end of the file; 0 on failure.
+ * Error cell: nErrno = 22 for a bad handle or a null bytesRead, else untouched; errno as read() left it.
+ * Threads: one at a time on a file.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API int32_t qelReadFile(HANDLE file, void *buffer, uint32_t bytesToRead, uint32_t *bytesRead, void *overlapped);
+/** Writes at the current position, in one write() that may take less than given. May block; a cancellation point.
+ * @param file          from qelCreateFileAW.
+ * @param buffer        at least bytesToWrite bytes.
+ * @param bytesToWrite  in bytes.
+ * @param bytesWritten  receives the count; null is refused. Untouched on failure.
+ * @param overlapped    ignored.
+ * @return 1; 0 on failure.
+ * Error cell: nErrno = 22 for a bad handle or a null bytesWritten, else untouched; errno as write() left it.
+ * Threads: one at a time on a file.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API int32_t qelWriteFile(HANDLE file, const void *buffer, uint32_t bytesToWrite, uint32_t *bytesWritten,
                                  void *overlapped);
+/** Moves the current position.
+ * @param file          from qelCreateFileAW.
+ * @param distance      signed, in bytes.
+ * @param distanceHigh  ignored: neither read nor written.
+ * @param moveMethod    0 from the start, 1 from the current position, 2 from the end; handed to lseek() as it is.
+ * @return the new position, its low 32 bits; all-ones on failure. A position whose low 32 bits are all ones cannot be
+ *         told from a failure.
+ * Error cell: nErrno = 22 for a bad handle, else untouched; errno as lseek() left it.
+ * Threads: one at a time on a file.  Owns: nothing.
+ */
 ZORCOMN_API uint32_t qelSetFilePointer(HANDLE file, int32_t distance, int32_t *distanceHigh, uint32_t moveMethod);
+/** Makes the current position the end of the file: cuts it off, or extends it with zero bytes.
+ * @param file  from qelCreateFileAW, opened for writing.
+ * @return 1; 0 on failure.
+ * Error cell: nErrno = 22 for a bad handle, else untouched; errno as lseek() or ftruncate() left it.
+ * Threads: one at a time on a file.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelSetEndOfFile(HANDLE file);
+/** Tells the size of an open file.
+ * @param file      from qelCreateFileAW.
+ * @param sizeHigh  null, or receives the result divided by 65535, rounded down - not the upper half of the size,
+ * whatever the name says. Untouched on failure.
+ * @return the size in bytes, its low 32 bits; all-ones on failure.
+ * Error cell: nErrno = 22 for a bad handle, else untouched; errno as fstat() left it.
+ * Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API uint32_t qelGetFileSize(HANDLE file, uint32_t *sizeHigh);
+/** Creates an empty file, readable and writable by its owner alone, under a name that did not exist:
+ * directory + "/" + prefix + six characters of mkstemp()'s choice.
+ * @param directory  an existing folder; null is refused.
+ * @param prefix     null counts as empty.
+ * @param unique     only returned; the name does not depend on it.
+ * @param name       receives the whole path and its terminator; its size is not passed, so it must hold
+ *                   strlen(directory) + 1 + strlen(prefix) + 6 + 1 bytes. Null is refused. Untouched on failure.
+ * @return unique, or 1 when unique is 0; 0 on failure.
+ * Error cell: nErrno = 22 for a null argument, else untouched; errno as mkstemp() left it.
+ * Threads: safe.  Owns: the file stays until the caller removes it.
+ */
 ZORCOMN_API uint32_t qelGetTempFileName(const char *directory, const char *prefix, uint32_t unique, char *name);
+/** Copies a file: qelcomn_copy_file (utilities.h) with its overwrite flag turned round.
+ * @param failIfExists  0 replaces an existing destination, any other number does not.
+ * @return 1; 0 on failure.
+ * Error cell: untouched; errno as there.  Threads: safe on different destinations.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelCopyFile(const char *source, const char *destination, int32_t failIfExists);
+/** Renames a file or folder within its file system; an existing file of the new name is replaced.
+ * @return 1; 0 when rename() fails or a path is null.
+ * Error cell: nErrno = 22 for a null path, else untouched; errno as rename() left it.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelMoveFile(const char *oldPath, const char *newPath);
+/** Does nothing: these attributes do not exist here. Any arguments.
+ * @return 1.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelSetFileAttributes(const char *path, uint32_t attributes);
+/** Not supported. Any arguments; the buffer is untouched.
+ * @return 0.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API uint32_t qelGetModuleFileName(void *module, char *buffer, uint32_t size);
+/** Not supported. Any arguments; data is untouched.
+ * @return 0.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelGetFileVersionInfo(const char *path, uint32_t handle, uint32_t length, void *data);
+/** Not supported. Any arguments; value and length are untouched.
+ * @return 0.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelVerQueryValue(const void *block, const char *subBlock, void **value, uint32_t *length);
+/** Answers with the fixed text "/Library".
+ * @param buffer  receives the text and its terminator, 9 bytes; may be null when size is too small.
+ * @param size    capacity of buffer in bytes.
+ * @return 8, the length copied; 9, the size that it takes, when size is less (buffer is then untouched); 0 for a null
+ *         buffer with a size that is large enough.
+ * Error cell: nErrno = 22 for that null buffer, else untouched.  Threads: safe.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API uint32_t qelGetWindowsDirectory(char *buffer, uint32_t size);
+/** Answers with the fixed text "/usr".
+ * @param buffer  receives the text and its terminator, 5 bytes; may be null when size is too small.
+ * @param size    capacity of buffer in bytes.
+ * @return 4, the length copied; 5, the size that it takes, when size is less (buffer is then untouched); 0 for a null
+ *         buffer with a size that is large enough.
+ * Error cell: nErrno = 22 for that null buffer, else untouched.  Threads: safe.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API uint32_t qelGetSystemDirectory(char *buffer, uint32_t size);
 
 /* directory enumeration and wildcard matching */

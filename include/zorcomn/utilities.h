@@ -46,34 +46,146 @@ ZORCOMN_API void qelcomn_chop_semicolon(char *text);
  */
 ZORCOMN_API void qelcomn_append_backslash_check(char *path);
 
-/* file system utilities */
+/* File system utilities. Paths are narrow text. Two families of results live side by side, function by function: 0 or
+ * 0x80000008, and true or false; callers rely on the difference. None of these functions sets the error cell of its own
+ * accord; where the layer below may set it, the function says so. */
+
 typedef struct qeFileObject qeFileObject;
+/** The operations of a file object: qeCloseFile, qeReadFile, qeWriteFile, qeGetFileSize. Each object has its own table.
+ */
 typedef struct qeFileOps {
     uint32_t (*close)(qeFileObject *file);
     uint32_t (*read)(qeFileObject *file, void *buffer, uint32_t count, uint32_t *bytesRead);
     uint32_t (*write)(qeFileObject *file, const void *buffer, uint32_t count, uint32_t *bytesWritten);
     uint32_t (*getSize)(qeFileObject *file, uint32_t *size);
 } qeFileOps;
+/** An open file; the functions may be called through its table or by name. */
 struct qeFileObject {
     qeFileOps *ops;
-    HANDLE file;
+    HANDLE file; /* of qelCreateFileAW; closed with the object */
 };
+/** Opens a file as qelCreateFileAW does, and makes the object for it.
+ * @param path  and the four numbers: as there.
+ * @param file  receives the object; null on failure. Null is refused.
+ * @return 0; 0x80000008 on failure.
+ * Error cell: as qelCreateFileAW.  Threads: safe.  Owns: release the object with qeCloseFile.
+ */
 ZORCOMN_API uint32_t qeCreateFile(const char *path, uint32_t desiredAccess, uint32_t shareMode,
                                   uint32_t creationDisposition, uint32_t flagsAndAttributes, qeFileObject **file);
+/** Reads from the current position. May block; a cancellation point.
+ * @param file       from qeCreateFile; null is refused.
+ * @param buffer     receives at most count bytes, not terminated.
+ * @param count      capacity of buffer in bytes.
+ * @param bytesRead  receives the count, 0 at the end of the file; null is refused. Untouched when the read fails.
+ * @return 0 when at least one byte was read; else 0x80000008: at the end of the file as after a failure.
+ * Error cell: as qelReadFile.  Threads: one at a time on an object.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API uint32_t qeReadFile(qeFileObject *file, void *buffer, uint32_t count, uint32_t *bytesRead);
+/** Writes at the current position. May block; a cancellation point.
+ * @param file          from qeCreateFile; null is refused.
+ * @param buffer        at least count bytes.
+ * @param bytesWritten  receives the count, which may be less; null is refused. Untouched on failure.
+ * @return 0; 0x80000008 on failure.
+ * Error cell: as qelWriteFile.  Threads: one at a time on an object.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API uint32_t qeWriteFile(qeFileObject *file, const void *buffer, uint32_t count, uint32_t *bytesWritten);
+/** Tells the size of an open file.
+ * @param file  from qeCreateFile; null is refused.
+ * @param size  receives the size in bytes, its low 32 bits; 0xFFFFFFFF on failure. Null is refused.
+ * @return 0; 0x80000008 when that size is 0xFFFFFFFF, be it a failure or a file of such a size.
+ * Error cell: as qelGetFileSize.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API uint32_t qeGetFileSize(qeFileObject *file, uint32_t *size);
+/** Closes the file and frees the object with its table, also when closing fails.
+ * @param file  from qeCreateFile; null does nothing and succeeds.
+ * @return 0; 0x80000008 when qelCloseHandle fails.
+ * Error cell: as qelCloseHandle.  Threads: nobody else may use the object.  Owns: the object is gone.
+ */
 ZORCOMN_API uint32_t qeCloseFile(qeFileObject *file);
+/** Tells whether a path names a folder; links are followed.
+ * @param lpszFolder  counts up to its 259th byte. One backslash at its end is cut off, a '/' there is left to the
+ * system. Empty is no folder. Null is a failed assertion, which ends the process in every kind of build.
+ * @return 1 for a folder, else 0.
+ * Error cell: untouched; errno as stat() left it.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qeFolderExists(const char *lpszFolder);
+/** Starts a search: qelFindFirstDirEnt (portability.h), but 0 says that nothing can be listed.
+ * @return a search handle, 1 to 50; else 0.
+ * Error cell: as there.  Threads: safe.  Owns: release the handle with qelcomn_findclose.
+ */
 ZORCOMN_API int32_t qelcomn_findfirstA(const char *pattern, qelFindData *data);
+/** Delivers the next match: qelFindNextDirEnt.
+ * @return 1; 0 when nothing is left or the arguments are refused.
+ * Error cell: as there.  Threads: one search serves one thread at a time.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelcomn_findnextA(int32_t search, qelFindData *data);
+/** Ends a search: qelFindCloseDirEnt.
+ * @return 1; 0 when refused or when closing failed.
+ * Error cell: as there.  Threads: one search serves one thread at a time.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelcomn_findclose(int32_t search);
+/** Tells the size of a file by its path; links are followed.
+ * @param path  null is refused.
+ * @param size  receives the size in bytes, its low 32 bits; 0 when the file cannot be looked at. Null is refused.
+ * @return 0; 0x80000008 on failure.
+ * Error cell: untouched; errno as stat() left it.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API uint32_t qelcomn_get_file_sizeA(const char *path, uint32_t *size);
+/** Tells the free space on the file system that holds a path, in a figure of its own: blocks available to unprivileged
+ * users x block size x 1000, multiplied in 32 bits and so wrapped, then taken as signed. It is no byte count and may be
+ * negative; it compares with figures made the same way. Source: statfs().
+ * @param path   null is refused.
+ * @param bytes  receives the figure; untouched on failure. Null is refused.
+ * @return 0; 0x80000008 on failure.
+ * Error cell: untouched; errno as the system left it.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API uint32_t qelcomn_get_disk_free_spaceA(const char *path, int64_t *bytes);
+/** Removes a folder and all it holds. Never leaves the tree: a symbolic link, whatever it points to, is removed as a
+ * link, the given path itself included (then 0); links on the way to it are followed. What cannot be removed stays and
+ * does not stop the walk. Each level takes one of the process's 50 searches: folders nested deeper than the free ones
+ * are refused, and so are entries whose path is longer than 259 bytes; both stay.
+ * @param path  at most 259 bytes; null, empty or longer is refused. A '/' at its end makes no difference.
+ * @return 0 when the folder itself was removed; -1 otherwise: refused, no folder, or something in it stayed.
+ * Error cell: nErrno = 35 when the searches did not suffice, else untouched; errno as the last removal left it.
+ * Threads: safe; takes searches from all others meanwhile.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelcomn_deltree(const char *path);
+/** Removes all that a folder holds, as qelcomn_deltree does, and keeps the folder. A path that is a symbolic link
+ * itself is refused and its target stays as it is.
+ * @param path  at most 259 bytes; null, empty or longer is refused.
+ * @return 1 (the result of ending the search) when the walk went through, also when something could not be removed;
+ *         0 when it could not start: no such folder, or no search free; -1 when the path was refused, or anything below
+ *         it because it lies too deep or its path is too long.
+ * Error cell: nErrno = 35 when the searches did not suffice, else untouched; errno as the last call left it.
+ * Threads: safe; takes searches from all others meanwhile.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelcomn_delsubtree(const char *path);
+/** Makes the folders of a path, mode 0700 within the process's mask, from left to right: one for each '/' whose index
+ * is greater than 3, so "/tmp/a/file" makes "/tmp/" and "/tmp/a/". A '/' before that makes nothing ("/a" of "/a/b/c"
+ * must exist), neither does a last component without a '/' behind it. Folders that exist, or cannot be made, are passed
+ * over.
+ * @param path  at most 259 bytes, else nothing is made; null and empty make nothing.
+ * @return always 0x80000008; look for the folder to know.
+ * Error cell: untouched; errno as the last mkdir() left it.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API uint32_t qelcomn_MakeRecursiveDirectoryA(const char *path);
+/** The same for wide text, meant for ASCII: each character becomes one byte, its low 8 bits.
+ * @param path  at most 259 characters, else nothing is made; null and empty make nothing.
+ * @return always 0x80000008.
+ * Error cell: untouched; errno as the last mkdir() left it.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API uint32_t qelcomn_MakeRecursiveDirectoryW(const wchar_t *path);
+/** Copies a file's bytes. The destination's folders are made first, as qelcomn_MakeRecursiveDirectoryA makes them. A
+ * new destination has the permission bits 0666 within the process's mask; an existing one keeps its own.
+ * @param source       a file that can be opened for reading, no folder; null fails.
+ * @param destination  null fails. One that is the source itself, under whatever name, fails and stays as it is.
+ * @param overwrite    0: an existing destination, a dangling link included, fails and stays as it is. Any other number:
+ *                     it is replaced, from its first byte on.
+ * @return 1 when every byte was written and the system took them all, up to the closing of the file; 0 otherwise. A
+ *         destination that was begun before a failure is not removed.
+ * Error cell: untouched; errno as the failing call left it.
+ * Threads: safe on different destinations. May block; a cancellation point.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelcomn_copy_file(const char *source, const char *destination, int32_t overwrite);
 
 /* Time stamps. A compact stamp is 14 digits, like "20090307080509": year, month, day, hour, minute, second. Local time
