@@ -92,6 +92,8 @@ namespace zor {
 int32_t openSearch(Directory stream, const char *directory, size_t directoryLength, const char *pattern) {
     clearTableOnce();
     const MutexLock lock(MutexDirEnt);
+    if (!lock)
+        return kNoSearch;
     const int32_t search = takeSlot(stream.get());
     if (search == kNoSearch) {
         stream.reset();

@@ -23,7 +23,7 @@ namespace zor {
 constexpr int32_t kNoSearch = -1;
 
 /** Takes the first free slot of the search table for an open directory. Texts are cut to 260 characters.
- * @return the search handle; kNoSearch, the stream closed and the error cell set, when no slot was to be had.
+ * @return the search handle; kNoSearch, the stream closed, when no slot was to be had: the error cell then says so.
  */
 int32_t openSearch(Directory stream, const char *directory, size_t directoryLength, const char *pattern);
 

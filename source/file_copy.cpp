@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <memory>
 #include <new>
+#include <optional>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -21,11 +22,16 @@ constexpr size_t kStepBytes = 512;
 constexpr size_t kStreamBufferBytes = 128 * 1024;
 constexpr mode_t kPermissions = 0666;
 
+Descriptor openFile(const char *path, int flags) {
+    return Descriptor(retryInterrupted([&] { return open(path, flags | O_CLOEXEC, kPermissions); }));
+}
+
 /** A stream and its buffer, which must live as long. Without memory for it the stream's own buffer serves. */
 class BufferedFile {
 public:
     BufferedFile(Descriptor descriptor, const char *mode)
-        : m_buffer(new (std::nothrow) char[kStreamBufferBytes]), m_file(fdopen(descriptor.get(), mode)) {
+        : m_buffer(descriptor ? new (std::nothrow) char[kStreamBufferBytes] : nullptr),
+          m_file(descriptor ? fdopen(descriptor.get(), mode) : nullptr) {
         if (!m_file)
             return;
         descriptor.release();
@@ -34,6 +40,13 @@ public:
     }
     explicit operator bool() const { return m_file != nullptr; }
     std::FILE *get() const { return m_file.get(); }
+    std::optional<struct stat> facts() const {
+        struct stat facts;
+        return fstat(fileno(m_file.get()), &facts) == 0 ? std::make_optional(facts) : std::nullopt;
+    }
+    bool empty() {
+        return retryInterrupted([&] { return ftruncate(fileno(m_file.get()), 0); }) == 0;
+    }
     /** Closes now; false when the system refuses what was written. */
     bool close() { return std::fclose(m_file.release()) == 0; }
 
@@ -42,23 +55,8 @@ private:
     File m_file;
 };
 
-Descriptor openFile(const char *path, int flags) {
-    return Descriptor(retryInterrupted([&] { return open(path, flags | O_CLOEXEC, kPermissions); }));
-}
-
 bool isSameFile(const struct stat &one, const struct stat &other) {
     return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
-}
-
-/** The destination, emptied; none when it is the source itself, or when it exists and must not be replaced. */
-Descriptor openDestination(const char *path, bool mayReplace, const struct stat &source) {
-    Descriptor descriptor = openFile(path, O_RDWR | O_CREAT | (mayReplace ? 0 : O_EXCL));
-    struct stat facts;
-    if (!descriptor || fstat(descriptor.get(), &facts) != 0 || isSameFile(facts, source))
-        return Descriptor();
-    const bool isEmptied =
-        !S_ISREG(facts.st_mode) || retryInterrupted([&] { return ftruncate(descriptor.get(), 0); }) == 0;
-    return isEmptied ? std::move(descriptor) : Descriptor();
 }
 
 bool writeStep(std::FILE *to, const char *step, size_t count) {
@@ -79,16 +77,15 @@ bool copyContent(std::FILE *from, std::FILE *to) {
 }
 
 bool copyFile(const char *source, const char *destination, bool mayReplace) {
-    Descriptor sourceDescriptor = openFile(source, O_RDONLY);
-    struct stat facts;
-    if (!sourceDescriptor || fstat(sourceDescriptor.get(), &facts) != 0 || S_ISDIR(facts.st_mode))
+    const BufferedFile from(openFile(source, O_RDONLY), "rb");
+    const auto sourceFacts = from ? from.facts() : std::nullopt;
+    if (!sourceFacts || S_ISDIR(sourceFacts->st_mode))
         return false;
-    Descriptor destinationDescriptor = openDestination(destination, mayReplace, facts);
-    if (!destinationDescriptor)
+    BufferedFile to(openFile(destination, O_RDWR | O_CREAT | (mayReplace ? 0 : O_EXCL)), "wb+");
+    const auto facts = to ? to.facts() : std::nullopt;
+    if (!facts || isSameFile(*facts, *sourceFacts) || (S_ISREG(facts->st_mode) && !to.empty()))
         return false;
-    const BufferedFile from(std::move(sourceDescriptor), "rb");
-    BufferedFile to(std::move(destinationDescriptor), "wb+");
-    return from && to && copyContent(from.get(), to.get()) && to.close();
+    return copyContent(from.get(), to.get()) && to.close();
 }
 
 } // namespace

@@ -11,6 +11,7 @@
 #include <new>
 #include <utility>
 
+#include <dirent.h>
 #include <dlfcn.h>
 #include <pthread.h>
 #include <unistd.h>
@@ -285,3 +286,10 @@ ZORCOMN_FAILS_BY_RESULT(pthread_setspecific, (pthread_key_t key, const void *val
 ZORCOMN_FAILS_BY_ERRNO(-1, close, int, (int descriptor), (descriptor))
 ZORCOMN_FAILS_BY_ERRNO(-1, remove, int, (const char *path), (path))
 ZORCOMN_FAILS_BY_ERRNO(-1, dlclose, int, (void *handle), (handle))
+ZORCOMN_FAILS_BY_ERRNO(-1, closedir, int, (DIR * stream), (stream))
+ZORCOMN_FAILS_BY_ERRNO(EOF, fclose, int, (std::FILE * stream), (stream))
+ZORCOMN_FAILS_BY_ERRNO(nullptr, fdopen, std::FILE *, (int descriptor, const char *mode), (descriptor, mode))
+ZORCOMN_FAILS_BY_ERRNO(nullptr, fdopendir, DIR *, (int descriptor), (descriptor))
+ZORCOMN_FAILS_BY_ERRNO(-1, read, ssize_t, (int descriptor, void *buffer, size_t count), (descriptor, buffer, count))
+ZORCOMN_FAILS_BY_ERRNO(-1, write, ssize_t, (int descriptor, const void *buffer, size_t count),
+                       (descriptor, buffer, count))
