@@ -4,6 +4,7 @@
 #include "source/handles.h"
 #include "tests/files/support.h"
 #include "tests/support/child.h"
+#include "tests/support/descriptors.h"
 #include "tests/support/eventually.h"
 #include "tests/support/temporary_folder.h"
 

@@ -1,25 +1,14 @@
 #pragma once
 
-// What several tests of files look at: the process's open descriptors, long paths.
+// What several tests of files need: a look at a path itself, and long paths.
 
 #include <algorithm>
 #include <cstddef>
 #include <string>
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace zor::test {
-
-/** How many descriptors this process has open. */
-inline size_t openDescriptors() {
-    const long limit = std::min(sysconf(_SC_OPEN_MAX), 4096L);
-    size_t count = 0;
-    for (int descriptor = 0; descriptor < limit; ++descriptor)
-        count += fcntl(descriptor, F_GETFD) != -1;
-    return count;
-}
 
 inline bool exists(const std::string &path) {
     struct stat facts;

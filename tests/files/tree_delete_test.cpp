@@ -2,6 +2,7 @@
 
 #include "tests/files/support.h"
 #include "tests/support/child.h"
+#include "tests/support/descriptors.h"
 #include "tests/support/temporary_folder.h"
 
 #include <algorithm>
