@@ -86,11 +86,10 @@ need_zig() {
     [[ -x $zig ]]
 }
 
-# tool_headers: the reporter's own libraries, which are headers alone, apart from the machine's other headers: a cross
+# tool_headers: the reporter's own library, which is headers alone, apart from the machine's other headers: a cross
 # compiler must not see those.
 tool_headers() {
     mkdir -p build/headers
-    ln -sfn /usr/include/CLI build/headers/CLI
     ln -sfn /usr/include/nlohmann build/headers/nlohmann
 }
 
