@@ -200,9 +200,58 @@ public:
     ZORCOMN_API bool GetAllSystemProperties(std::map<std::wstring, std::wstring> &props,
                                             std::map<std::wstring, std::pair<std::wstring, std::wstring>> &fileSystems);
 
+    /** Fills the operating system record. Sources: the property list
+     * "/System/Library/CoreServices/SystemVersion.plist", the machine type of uname, and at most two commands of the
+     * system, run in the shell through PATH and waited for.
+     * @param info  [in, out] PlatformID "MAC", OSType "Mac OS X" and OSOEMId "Apple Macintosh" in any case.
+     *              OSVersion: the first three parts of "ProductVersion"; a version of one part is followed by a dot.
+     *              OSCsdVersion: the third part; untouched when there is none.
+     *              OSBuildNum: "ProductBuildVersion"; the product version where the list lacks it.
+     *              OSPlatform: "Server" when the major number is above 9 and the first 30 bytes that
+     *              "serverinfo --productname" prints (up to minor number 7: "sw_vers -productName") hold "server" in
+     * any letter case, else "Workstation". OSBitMode: "1" for a machine type that holds "_64", else "0" for one that
+     * holds "86", else by "sysctl hw | grep 64bit | awk '{ print $2 }'": "1" for a number other than 0, "0" for
+     * anything else,
+     *              "-1" when the command cannot be started.
+     * @return false when the list is missing, empty, larger than 16 MiB, does not parse, has no dictionary as its root,
+     *         or holds for either key no text of at most 255 bytes; all fields but the first three are then untouched,
+     *         and no command is run.
+     * Error cell: untouched.  Threads: safe on different records; blocks while a command runs, a cancellation point.
+     * Owns: nothing.
+     */
     ZORCOMN_API bool GetOSInformation(OSInformation &info);
+    /** Fills the processor record. Sources: on the target the kernel's processor count, Gestalt and the model name; on
+     * other systems what their kernel tells of the first processor and the firmware of the machine.
+     * @param info  [in, out] NumOfCPU: processors in use; untouched when not known.
+     *              CPUSpeed: whole megahertz, cut off, as "1333 MHz"; "0 MHz" when not known.
+     *              CPUType: the names of architecture and processor (see the Convert functions) with a blank between
+     *              them, or the one that is known; empty when neither is.
+     *              IsPortable: "1", "0", or "-1" when the model is not known; untouched with an empty CPUType.
+     *              CPUSerialNumber: never written.
+     * @return false when neither name is known, else true.
+     * Error cell: untouched.  Threads: safe on different records.  Owns: nothing.
+     */
     ZORCOMN_API bool GetCPUInformation(CPUInformation &info);
+    /** Fills the memory record, in bytes. Sources: the kernel's memory size and its count of free pages.
+     * @param info  [in, out] TotalPhysicalMemory: untouched when not known.
+     *              FreeMemory: free pages times page size, rounded down by get_closest_floor in twentieths of the
+     * total; unrounded when the total is not known.
+     * @return false when the free pages are not known, with FreeMemory untouched; else true.
+     * Error cell: untouched.  Threads: safe on different records.  Owns: nothing.
+     */
     ZORCOMN_API bool GetMemoryInformation(MemoryInformation &info);
+    /** Fills the disk record with the local file systems that have blocks, in megabytes of 2^20 bytes with two decimals
+     * (and the decimal point of the process's locale). Sources: the system's table of mounts, and each local file
+     * system's own figures; remote ones are never asked. Free space is all free blocks, also those kept for the
+     * superuser, rounded down by get_closest_floor in twentieths of the total.
+     * @param info  [in, out] NumberOfFileSystems, TotalDiskSpace, FreeDiskSpace: count and sums; the free sum is
+     * rounded once, not the sum of rounded amounts. "0" and "0.00" when there are none or none can be told.
+     *              FileSystems: mount point to total and free; of several on one mount point the first is listed, all
+     * are counted. The table is not cleared: entries of an earlier run stay, those found again are refreshed. A mount
+     * point that is no valid UTF-8 is listed up to where it ceases to be.
+     * @return true.
+     * Error cell: untouched.  Threads: safe on different records.  Owns: nothing.
+     */
     ZORCOMN_API bool GetDiskInformation(DiskInformation &info);
     ZORCOMN_API bool GetNetworkInformation(NetworkInformation &info);
     /** Fills the record of logged-on users, time zone, language and time of the collection. Sources: the login records
@@ -304,11 +353,39 @@ ZORCOMN_API bool getComputerName(std::string &name);
  */
 ZORCOMN_API bool GetPwUid(unsigned int uid, std::string &name);
 
+/** Names a processor by its native Gestalt code ('cput').
+ * @param code  0 to 4 for the 68000 family, 0x101 to 0x110 for PowerPC, four characters such as 'i586' for x86.
+ * @param out   receives the name and its terminator, at most 11 bytes; its size is not passed, so give it 16 or more.
+ *              Null is refused.
+ * @return false for an unknown code or a null buffer, with the buffer untouched.
+ * Error cell: untouched.  Threads: safe.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API bool ConvertGestaltCPUTypeToString(long code, char *out);
+/** Names an architecture by its Gestalt code ('sysa').
+ * @param code  1 "MC680x0", 2 "PowerPC", 10 "Intel".
+ * @param out   receives the name and its terminator, at most 8 bytes; its size is not passed. Null is refused.
+ * @return false for an unknown code or a null buffer, with the buffer untouched.
+ * Error cell: untouched.  Threads: safe.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API bool ConvertGestaltSysArchToString(long code, char *out);
+/** Tells whether the machine is a portable: one whose model name holds "book" in any letter case. Source: the maker's
+ * model name, on the target hw.model.
+ * @param portable  [out] false when the model is not known.
+ * @return whether the model is known.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API bool IsPortableComputer(bool &portable);
 
-/* instantiated in the library for unsigned long long and double */
+/** Rounds an amount down to a step between two bounds, never up to the upper one.
+ * @param value  the amount.
+ * @param upper  the end of the last step.
+ * @param lower  the start of the first step.
+ * @param steps  how many; a step is (upper - lower) / steps, without rest for whole numbers. Takes time in proportion.
+ * @return the highest of lower + step, lower + 2 * step, ... that lies strictly below value, so that an amount exactly
+ * on a step goes one step down; lower when there is none. A result of 0 is replaced by value itself. With no steps, the
+ * smaller of value and lower. Instantiated in the library for unsigned long long and double. Error cell: untouched.
+ * Threads: safe.  Owns: nothing.
+ */
 template <typename T>
 ZORCOMN_API T get_closest_floor(const T &value, const T &upper, const T &lower, const unsigned int &steps);
 extern template unsigned long long get_closest_floor<unsigned long long>(const unsigned long long &,

@@ -293,3 +293,4 @@ ZORCOMN_FAILS_BY_ERRNO(nullptr, fdopendir, DIR *, (int descriptor), (descriptor)
 ZORCOMN_FAILS_BY_ERRNO(-1, read, ssize_t, (int descriptor, void *buffer, size_t count), (descriptor, buffer, count))
 ZORCOMN_FAILS_BY_ERRNO(-1, write, ssize_t, (int descriptor, const void *buffer, size_t count),
                        (descriptor, buffer, count))
+ZORCOMN_FAILS_BY_ERRNO(nullptr, popen, std::FILE *, (const char *command, const char *mode), (command, mode))

@@ -45,10 +45,27 @@ void PrivateMachine::place(const std::string &path, const std::string &content, 
                   mount(file.c_str(), path.c_str(), nullptr, MS_BIND, nullptr) == 0;
         return;
     }
-    const std::string folder = path.substr(0, path.rfind('/')), upper = fresh("upper"), work = fresh("work");
+    const std::string folder = path.substr(0, path.rfind('/'));
+    overlay(folder, folder);
+    m_ready = m_ready && writeFile(path, content, mode);
+}
+
+/** Shows a folder at target, with changes that go into memory. */
+void PrivateMachine::overlay(const std::string &folder, const std::string &target) {
+    const std::string upper = fresh("upper"), work = fresh("work");
     const std::string options = "lowerdir=" + folder + ",upperdir=" + upper + ",workdir=" + work;
     m_ready = m_ready && mkdir(upper.c_str(), 0755) == 0 && mkdir(work.c_str(), 0755) == 0 &&
-              mount("none", folder.c_str(), "overlay", 0, options.c_str()) == 0 && writeFile(path, content, mode);
+              mount("none", target.c_str(), "overlay", 0, options.c_str()) == 0;
+}
+
+void PrivateMachine::makeRootWritable() {
+    const std::string root = fresh("root");
+    m_ready = m_ready && mkdir(root.c_str(), 0755) == 0;
+    overlay("/", root);
+    for (const char *folder : {"/proc", "/dev"})
+        m_ready = m_ready && mount(folder, (root + folder).c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0;
+    m_ready =
+        m_ready && chroot(root.c_str()) == 0 && chdir("/") == 0 && mount("none", kScratch, "tmpfs", 0, nullptr) == 0;
 }
 
 void PrivateMachine::placeScript(const std::string &path, const std::string &body) {

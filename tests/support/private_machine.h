@@ -20,11 +20,15 @@ public:
      * of its folder: the whole folder is made anew for it. */
     void place(const std::string &path, const std::string &content, unsigned int mode = 0644);
     void placeScript(const std::string &path, const std::string &body);
+    /** Makes the whole tree writable for this child: from here on, any file or folder may be made anywhere, and nothing
+     * of it reaches the disk. Other file systems than the root's are left out, but for /proc and /dev. */
+    void makeRootWritable();
     /** The path of a name in a folder that only this child sees. */
     std::string scratch(const std::string &name) const;
 
 private:
     std::string fresh(const char *kind);
+    void overlay(const std::string &folder, const std::string &target);
 
     bool m_ready;
     int m_count = 0;
