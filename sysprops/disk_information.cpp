@@ -10,7 +10,6 @@
 namespace {
 
 using velmora_com::vta::sysprops::get_closest_floor;
-using velmora_com::vta::sysprops::sysprops_ansi_to_wide;
 using zor::host::MountedFileSystem;
 
 struct Space {

@@ -22,7 +22,7 @@ namespace {
 using namespace velmora_com::vta::sysprops;
 
 constexpr char kVersionFile[] = "/System/Library/CoreServices/SystemVersion.plist";
-constexpr off_t kMaxVersionFileBytes = 16 * 1024 * 1024;
+constexpr off_t kMaxVersionFileBytes = off_t{16} * 1024 * 1024;
 constexpr size_t kTextSize = 256; // of a text looked up, terminator included
 constexpr size_t kMaxProductNameBytes = 30;
 constexpr size_t kMaxBitModeBytes = 4;

@@ -51,7 +51,7 @@ template <size_t count> bool copyName(const Name (&names)[count], long code, cha
     const Name *const found = std::find_if(names, end, [code](const Name &name) { return name.code == code; });
     if (!out || found == end)
         return false;
-    std::strcpy(out, found->name); // the caller's buffer, of the size that the header asks for
+    std::memcpy(out, found->name, std::strlen(found->name) + 1); // the header states how much this takes
     return true;
 }
 

@@ -13,7 +13,7 @@ namespace zor::host {
 
 namespace {
 
-constexpr size_t kMaxMountTableBytes = 32 * 1024 * 1024; // the kernel allows 100,000 mounts
+constexpr size_t kMaxMountTableBytes = size_t{32} * 1024 * 1024; // the kernel allows 100,000 mounts
 
 std::optional<struct statfs> spaceOn(const char *path) {
     struct statfs space;

@@ -11,8 +11,8 @@ namespace zor::host {
 
 namespace {
 
-constexpr size_t kMaxMeminfoBytes = 64 * 1024;
-constexpr size_t kMaxStatBytes = 8 * 1024 * 1024; // a line for each processor, a number for each interrupt
+constexpr size_t kMaxMeminfoBytes = size_t{64} * 1024;
+constexpr size_t kMaxStatBytes = size_t{8} * 1024 * 1024; // a line for each processor, a number for each interrupt
 constexpr size_t kMaxModelBytes = 4096;
 
 std::optional<uint64_t> memoryBytes(std::string_view name) {

@@ -11,7 +11,7 @@ namespace zor::host {
 
 namespace {
 
-constexpr size_t kMaxProcessorBytes = 64 * 1024; // one processor's paragraph
+constexpr size_t kMaxProcessorBytes = size_t{64} * 1024; // one processor's paragraph
 constexpr size_t kMaxFrequencyBytes = 64;
 
 /** The first processor's facts; those of the others take time on a large machine and are not asked for. */

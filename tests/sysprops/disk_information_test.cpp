@@ -1,5 +1,6 @@
 #include "zorcomn/sysprops.h"
 
+#include "tests/support/failing_calls.h"
 #include "tests/support/fake_host.h"
 
 #include <clocale>
@@ -134,6 +135,21 @@ TEST_F(DiskTest, LocaleWithADecimalComma_PrintsIt_Kept) {
         GTEST_SKIP() << "no locale with a decimal comma is installed";
     EXPECT_EQ(collect({disk("/", 1000, 573)}).TotalDiskSpace, L"1000,00");
     std::setlocale(LC_NUMERIC, "C");
+}
+
+TEST_F(DiskTest, NoMemoryAtAnyPoint_LeavesWhatIsDone) {
+    fakeHost.mountedFileSystems = {disk("/", 1000, 573), disk("/Volumes/A volume of a longer name", 100, 3)};
+    bool wasReached = true;
+    int points = 0;
+    while (wasReached) {
+        DiskInformation info;
+        const zor::test::FailingCall failing("operator new", points + 1);
+        const bool result = ISysProps().GetDiskInformation(info);
+        wasReached = failing.wasReached();
+        EXPECT_EQ(result, true) << points;
+        points += wasReached;
+    }
+    EXPECT_GT(points, 2);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "zorcomn/sysprops.h"
 
+#include "tests/support/failing_calls.h"
 #include "tests/support/fake_host.h"
 
 namespace {
@@ -68,6 +69,22 @@ TEST_F(MemoryTest, NothingFree_IsZero) {
     MemoryInformation info;
     EXPECT_TRUE(ISysProps().GetMemoryInformation(info));
     EXPECT_EQ(info.FreeMemory, L"0");
+}
+
+TEST_F(MemoryTest, NoMemoryAtAnyPoint_Fails) {
+    fakeHost.physicalMemoryBytes = 2 * kGigabyte;
+    fakeHost.freeMemory = {{131072, 4096}};
+    bool wasReached = true;
+    int points = 0;
+    while (wasReached) {
+        MemoryInformation info;
+        const zor::test::FailingCall failing("operator new", points + 1);
+        const bool result = ISysProps().GetMemoryInformation(info);
+        wasReached = failing.wasReached();
+        EXPECT_EQ(result, !wasReached) << points;
+        points += wasReached;
+    }
+    EXPECT_GE(points, 2);
 }
 
 } // namespace

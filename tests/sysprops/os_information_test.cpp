@@ -13,6 +13,7 @@
 
 namespace {
 
+using velmora_com::vta::sysprops::ISysProps;
 using velmora_com::vta::sysprops::OSInformation;
 using zor::collectOSInformation;
 using zor::host::fakeHost;
@@ -252,6 +253,25 @@ TEST_F(OSTest, VersionFileThatCannotBeRead_LeavesTheFixedFieldsOnly) {
         ASSERT_EQ(chmod(m_versionFile.c_str(), 0), 0);
         expectFailure(m_versionFile);
     }
+}
+
+TEST_F(OSTest, ReadOfTheVersionFile_GoesOnAfterASignalAndEndsWithAFault) {
+    {
+        const FailingCall failing("read", 1, EINTR);
+        EXPECT_EQ(collect().OSVersion, L"10.4.11");
+        EXPECT_TRUE(failing.wasReached());
+    }
+    unlink((m_folder / "log").c_str());
+    const FailingCall failing("read", 1, EIO);
+    expectFailure(m_versionFile);
+    EXPECT_TRUE(failing.wasReached());
+}
+
+TEST_F(OSTest, NoMemory_Fails) {
+    OSInformation info;
+    const FailingCall failing("operator new");
+    EXPECT_FALSE(ISysProps().GetOSInformation(info));
+    EXPECT_TRUE(failing.wasReached());
 }
 
 TEST_F(OSTest, ListThatTellsNoVersion_LeavesTheFixedFieldsOnly) {

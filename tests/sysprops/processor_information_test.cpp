@@ -1,5 +1,6 @@
 #include "zorcomn/sysprops.h"
 
+#include "tests/support/failing_calls.h"
 #include "tests/support/fake_host.h"
 
 #include <cstring>
@@ -189,6 +190,24 @@ TEST_F(ProcessorTest, UnknownModel_FailsAndIsNoPortable) {
     bool isPortable = true;
     EXPECT_FALSE(IsPortableComputer(isPortable));
     EXPECT_FALSE(isPortable);
+}
+
+TEST_F(ProcessorTest, NoMemoryAtAnyPoint_FailsOrLeavesThePortableFlagUnknown) {
+    fakeHost.processorClockHertz = 1333333000;
+    fakeHost.architectureCode = 2;
+    fakeHost.processorCode = 0x10C;
+    fakeHost.hardwareModel = "PowerBook6,8, the one of a longer name";
+    bool wasReached = true;
+    int points = 0;
+    while (wasReached) {
+        CPUInformation info;
+        const zor::test::FailingCall failing("operator new", points + 1);
+        const bool result = ISysProps().GetCPUInformation(info);
+        wasReached = failing.wasReached();
+        EXPECT_EQ(result, !wasReached || info.IsPortable == L"-1") << points;
+        points += wasReached;
+    }
+    EXPECT_GT(points, 2);
 }
 
 } // namespace
