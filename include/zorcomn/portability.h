@@ -12,42 +12,216 @@ extern "C" {
 #endif
 
 /* handles, events, mutexes and waits */
-typedef void *HANDLE; /* 0: no object; all-ones: the invalid handle value */
+
+/** An object of the layer: an event, a mutex, a thread or a file. 0 stands for no object, all-ones for the invalid
+ * handle value. A handle is the address of its record, in this process alone; there is no table of handles, so using a
+ * closed one is undefined. Each is released once, with qelCloseHandle. */
+typedef void *HANDLE;
+/** Creates an event: a flag that threads wait for, set until it is reset. Only manual-reset events without a name
+ * exist.
+ * @param securityAttributes  ignored; null is fine.
+ * @param manualReset         1; anything else is refused.
+ * @param initialState        1 creates the event set, anything else not set.
+ * @param name                null or empty; anything else is refused.
+ * @return the event; 0 when refused or when memory or a system object is short.
+ * Error cell: nErrno = 22 when refused, 12 without memory, 16 when it could not be set at once, else untouched.
+ * Threads: safe.  Owns: release the handle with qelCloseHandle.
+ */
 ZORCOMN_API HANDLE qelCreateEvent(void *securityAttributes, int32_t manualReset, int32_t initialState,
                                   const char *name);
+/** Sets an event and wakes all who wait for it. The kind of the handle is not tested: whatever it is becomes signalled.
+ * An owned mutex stays owned all the same.
+ * @param event  0 and all-ones are refused.
+ * @return 1; 0 when refused or when a pthread call failed (the flag may be set then).
+ * Error cell: nErrno = 22 when refused, else untouched.
+ * Threads: safe. The one thread that waits for the event may close it as soon as its wait returns.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelSetEvent(HANDLE event);
+/** Resets an event, or the flag of any other kind of handle.
+ * @param event  0 and all-ones are refused.
+ * @return 1; 0 when refused or when a pthread call failed.
+ * Error cell: nErrno = 22 when refused, else untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelResetEvent(HANDLE event);
+/** Creates a mutex. A wait makes the waiter its owner, qelReleaseMutex frees it. It does not count: an owner that waits
+ * for it again waits for itself.
+ * @param securityAttributes  ignored; null is fine.
+ * @param initialOwner        1 makes the calling thread the owner, anything else creates the mutex free.
+ * @param name                ignored; every mutex is a new one.
+ * @return the mutex; 0 when memory or a system object is short.
+ * Error cell: nErrno = 12 without memory, else untouched.
+ * Threads: safe.  Owns: release the handle with qelCloseHandle, once nobody owns the mutex or waits for it.
+ */
 ZORCOMN_API HANDLE qelCreateMutex(void *securityAttributes, int32_t initialOwner, const char *name);
+/** Opens a mutex by its name. There are no named mutexes.
+ * @param desiredAccess, inheritHandle, name  ignored.
+ * @return 0, always.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API HANDLE qelOpenMutex(uint32_t desiredAccess, int32_t inheritHandle, const char *name);
+/** Frees a mutex and wakes all who wait for it; one of them becomes the owner. Who releases is not checked beyond what
+ * the system's own mutex checks, so release only what this thread owns.
+ * @param mutex  0, all-ones and other kinds of handles are refused.
+ * @return 1; 0 when refused or when a pthread call failed.
+ * Error cell: nErrno = 22 for a refused handle other than 0, which leaves it alone; else untouched.
+ * Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelReleaseMutex(HANDLE mutex);
+/** Waits for an event to be set, a thread to end, or a mutex, which it then owns. Blocks; a cancellation point, and a
+ * thread cancelled here leaves nothing locked. On events and threads it sleeps once: whatever wakes it, which the
+ * system may do without a reason, counts as signalled. The time-out is measured on the clock of the day, so setting
+ * that clock moves it.
+ * @param handle        0, all-ones, files and unknown kinds are refused.
+ * @param milliseconds  longest wait; 0 looks once, 0xFFFFFFFF waits without limit.
+ * @return 2 signalled, 3 time ran out, 0 failed: the layer's own numbers. It also fails, about once in a million waits
+ *         that must sleep and whose time-out is no whole number of seconds, when the deadline's nanoseconds add up to
+ *         exactly one second; waiting again is all that it takes.
+ * Error cell: nErrno = 22 when refused, else untouched.
+ * Threads: any number may wait for one handle; none may close it meanwhile.  Owns: release an owned mutex with
+ * qelReleaseMutex. Should the clock itself fail, the handle's guard stays locked and the handle is of no more use.
+ */
 ZORCOMN_API uint32_t qelWaitForSingleObject(HANDLE handle, uint32_t milliseconds);
+/** Waits for one of several handles by polling them in turn, 10 ms each, as qelWaitForSingleObject does. Blocks; a
+ * cancellation point.
+ * @param count         how many handles there are; 0 is refused.
+ * @param handles       the handles; null is refused, and so is each handle that a single wait refuses, on its turn.
+ * @param waitAll       0; waiting for all of them is refused.
+ * @param milliseconds  longest wait. Each handle polled counts as 10 ms, however long it took; 0 looks at no handle and
+ *                      returns 3; 0xFFFFFFFF polls for ever.
+ * @return 2 + the index of the handle that was signalled (a mutex is owned then), 3 time ran out, 0 failed.
+ * Error cell: nErrno = 22 when refused, else untouched.
+ * Threads: as qelWaitForSingleObject.  Owns: release an owned mutex with qelReleaseMutex.
+ */
 ZORCOMN_API uint32_t qelWaitForMultipleObjects(uint32_t count, const HANDLE *handles, int32_t waitAll,
                                                uint32_t milliseconds);
+/** Closes a handle of any kind and frees what belongs to it. A thread goes on running; a file that was opened to be
+ * deleted is removed by the path it was opened with.
+ * @param handle  0 and all-ones: closing nothing succeeds.
+ * @return 1; 0 when a pthread call failed, or, for a file, when closing or removing it failed. The file's record is
+ * kept then, but nothing can be done with it any more: a second call returns 1 and does nothing. A path of 260 bytes or
+ * more is removed only if its first 260 name the file itself. Error cell: untouched; errno as the failing close() or
+ * remove() left it, ENAMETOOLONG for a path too long to be removed. Threads: nobody may use the handle any more.
+ * Closing a thread's handle while that thread ends is safe.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelCloseHandle(HANDLE handle);
+/** Translates the calling thread's errno by the layer's own table, which is not the one of Windows: 0 gives 0; 2, 5, 6,
+ * 77 give 38; 3, 4, 9, 19 give 126; 7, 12, 23, 24, 27, 28, 31 give 259; 11, 16, 26, 35 give 997; 13 gives 5; 22 and 25
+ * give 1010; 30 gives 19; everything else gives 0x80000008. Does not look at nErrno.
+ * @return the number.
+ * Error cell: untouched, errno too.  Threads: safe; errno is the thread's own.  Owns: nothing.
+ */
 ZORCOMN_API uint32_t qelGetLastError(void);
+/** Adds 1, wrapping, under MutexInterlockedLong.
+ * @param value  null is refused.
+ * @return the value as it is after the mutex was unlocked, so that two callers may both get the later one; 0 when
+ * refused. Error cell: nErrno = 22 when refused, else untouched. Threads: safe against increments and decrements of the
+ * same value, not against exchanges.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelInterlockedIncrement(volatile int32_t *value);
+/** Subtracts 1, wrapping; all else as qelInterlockedIncrement.
+ * @param value  null is refused.
+ * @return the value as it is after the mutex was unlocked; 0 when refused.
+ * Error cell: nErrno = 22 when refused, else untouched.  Threads: as qelInterlockedIncrement.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelInterlockedDecrement(volatile int32_t *value);
+/** Stores a new value under MutexInterlockedExchange.
+ * @param value     null is refused.
+ * @param newValue  what to store.
+ * @return the value before; 0 when refused.
+ * Error cell: nErrno = 22 when refused, else untouched.
+ * Threads: safe against other exchanges of the same value, not against increments and decrements.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelInterlockedExchange(volatile int32_t *value, int32_t newValue);
+/** The error cell: the number of the last fault that a function of the layer found itself, a bad argument for one. It
+ * is one for the whole process, written without a lock: read it only where one thread uses the layer. Never cleared. */
 ZORCOMN_API extern int32_t nErrno;
+/** Held while a value is incremented or decremented. */
 ZORCOMN_API extern pthread_mutex_t MutexInterlockedLong;
+/** Held while a value is exchanged. */
 ZORCOMN_API extern pthread_mutex_t MutexInterlockedExchange;
+/** What a running thread signals once its handle is closed; 1. */
 ZORCOMN_API extern int32_t bDummyThreadSignalled;
 
 /* threads and thread-local storage */
+
+/** What a thread runs; its result becomes the thread's exit value, which nobody can fetch. */
 typedef uint32_t (*qelThreadStart)(void *argument);
+/** Starts a detached thread. Its handle is signalled once it has ended: by returning, by pthread_exit or by
+ * cancellation.
+ * @param securityAttributes, stackSize, creationFlags  ignored: the thread runs at once, on a stack of the usual size.
+ * @param start     what it runs; null is refused.
+ * @param argument  handed to start.
+ * @param threadId  receives 0 (the result of the thread's creation, not an identifier); null is fine. Untouched on
+ * failure.
+ * @return the thread's handle; all-ones when refused or when memory or a thread is short.
+ * Error cell: nErrno = 22 when refused, 12 without memory, else untouched.
+ * Threads: safe.  Owns: release the handle with qelCloseHandle, at any time; that does not end the thread.
+ */
 ZORCOMN_API HANDLE qelBeginThread(void *securityAttributes, uint32_t stackSize, qelThreadStart start, void *argument,
                                   uint32_t creationFlags, uint32_t *threadId);
+/** Starts a thread as qelBeginThread does, and fails with 0.
+ * @param securityAttributes, stackSize, start, argument, creationFlags, threadId  as there.
+ * @return the thread's handle; 0 where qelBeginThread gives all-ones.
+ * Error cell, Threads, Owns: as qelBeginThread.
+ */
 ZORCOMN_API HANDLE qelCreateThread(void *securityAttributes, uint32_t stackSize, qelThreadStart start, void *argument,
                                    uint32_t creationFlags, uint32_t *threadId);
+/** What every thread of the layer runs: its start routine, then qelCleanupThread, also when the thread exits or is
+ * cancelled. Not for callers.
+ * @param startBlock  from qelBeginThread; null does nothing.
+ * @return the start routine's result, widened.
+ * Error cell: untouched.  Threads: the new thread only.  Owns: frees the start block.
+ */
 ZORCOMN_API void *qelThreadJuggle(void *startBlock);
+/** The end of a thread: frees all thread-local indices of the process, signals the handle unless it is closed, and
+ * frees the start block. Not for callers.
+ * @param startBlock  from qelBeginThread; null does nothing.
+ * Error cell: untouched.  Threads: the ending thread only.  Owns: frees the start block.
+ */
 ZORCOMN_API void qelCleanupThread(void *startBlock);
+/** Leaves a thread's scheduling as it is.
+ * @param thread  ignored.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API void set_pthread_sched_param(HANDLE thread);
+/** Allocates the lowest free of 512 indices, in which every thread has a value of its own, null at first. The end of
+ * any thread of the layer (qelBeginThread, qelCreateThread) frees all indices that the process has allocated: use them
+ * where no such thread ends, or for as long as none does.
+ * @return the index, 0 to 511; 0xFFFFFFFF when all are allocated or when memory or a key of the system is short.
+ * Error cell: nErrno = 35 when all are allocated, 12 without memory, else untouched.
+ * Threads: the tables have no lock. Calls at once touch no freed memory and get different indices.  Owns: release the
+ * index with qelTlsFree; what the values point at stays the caller's and is not released by a thread's end.
+ */
 ZORCOMN_API uint32_t qelTlsAlloc(void);
+/** Frees an index and forgets its values in all threads.
+ * @param index  from qelTlsAlloc; one that is out of 0..511 or free is refused.
+ * @return 1; 0 when refused or when the system would not delete its key (the index is free all the same).
+ * Error cell: nErrno = 22 when refused, else untouched.  Threads: as qelTlsAlloc.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelTlsFree(uint32_t index);
+/** Stores the calling thread's value in an index.
+ * @param index  from qelTlsAlloc; one that is out of 0..511 or free is refused.
+ * @param value  any.
+ * @return 1; 0 when refused or when the system has no memory for it.
+ * Error cell: nErrno = 22 when refused, else untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelTlsSetValue(uint32_t index, void *value);
+/** Fetches the calling thread's value in an index.
+ * @param index  from qelTlsAlloc; one that is out of 0..511 or free is refused.
+ * @return the value, null when this thread has stored none; null when refused.
+ * Error cell: nErrno = 22 when refused, else untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API void *qelTlsGetValue(uint32_t index);
+/** Marks a loaded library as one that need not hear of threads, which none ever does. May be called from a DllMain; a
+ * library that is being attached is not in the table yet.
+ * @param module  from qelLoadLibrary.
+ * @return 1 when the module is in the table (its first entry is marked), else 0.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qelDisableThreadLibraryCalls(void *module);
+/** Who allocated an index: a process identifier, 0 when the index is free. */
 ZORCOMN_API extern pid_t nTlsOwnerTable[512];
+/** The POSIX key of each index, null when it is free. Both tables are cleared by the first qelTlsAlloc. */
 ZORCOMN_API extern pthread_key_t *pTlsKeyTable[512];
 
 /* Files: handles over POSIX descriptors, closed with qelCloseHandle. They cannot be waited on. What an operation does
@@ -263,17 +437,85 @@ ZORCOMN_API extern struct qelSearch *pDirEntTable[50];
 ZORCOMN_API extern pthread_mutex_t MutexDirEnt;
 
 /* dynamic libraries and string resources */
-typedef int32_t (*qelDllMain)(void *module, uint32_t reason, void *reserved); /* exported as "DllMain" */
-typedef int32_t (*qelLoadStringEntry)(void *module, uint32_t id, char *buffer, int32_t size); /* "loadString" */
+
+/** A module's entry point, exported as "DllMain", called once when the module is loaded for the first time and once
+ * before it is closed, with MutexDynamicLibraryList held: it must not load or free libraries, and neither may the
+ * module's constructors and destructors.
+ * @param module    the module's own handle.
+ * @param reason    1 attach, 0 detach; no other comes.
+ * @param reserved  null.
+ * @return on attach 1; anything else refuses, and the load fails. On detach it is not looked at.
+ */
+typedef int32_t (*qelDllMain)(void *module, uint32_t reason, void *reserved);
+/** A module's server of string resources, exported as "loadString". What the arguments mean is the module's affair. */
+typedef int32_t (*qelLoadStringEntry)(void *module, uint32_t id, char *buffer, int32_t size);
+/** Loads a library, or counts one more use of a loaded one. The process has room for 50, known by their path: another
+ * spelling of it is another entry. Calls the module's DllMain on the first load; a module that refuses stays open.
+ * @param path       in the file system's encoding, compared byte by byte; null is refused. The table keeps 260 bytes of
+ * it, so a longer path never finds itself again, and is found by its first 260 bytes.
+ * @param errorText  receives a pointer to the reason of a failure, at most 510 bytes, empty on success: "locked",
+ * "library list full", "out of memory", "dllmain returned false", "no path", or the system's own. Null is fine.
+ * @return the module, also for dlsym(); null on failure.
+ * Error cell: nErrno = 22 for a null path, 16 when the table could not be locked, 12 when it is full, else untouched.
+ * Threads: safe, but the text is one for the process: the next call of any thread overwrites it.
+ * Owns: release each load with one qelFreeLibrary; the text is the library's.
+ */
 ZORCOMN_API void *qelLoadLibrary(const char *path, const char **errorText);
+/** Loads a library as qelLoadLibrary does, by a wide path.
+ * @param path       converted to UTF-8 (see qelcomn_wide_to_ansi); null, or a path of which nothing converts, is
+ * refused.
+ * @param errorText  receives a pointer to the reason of a failure, widened, at most 2047 characters; it has a buffer of
+ * its own. Null is fine.
+ * @return the module; null on failure.
+ * Error cell: nErrno = 22 when refused, else as qelLoadLibrary.
+ * Threads: as qelLoadLibrary.  Owns: as qelLoadLibrary.
+ */
 ZORCOMN_API void *qelLoadLibraryW(const wchar_t *path, const wchar_t **errorText);
+/** Looks up a symbol.
+ * @param module     from qelLoadLibrary or from dlopen().
+ * @param symbol     null is refused.
+ * @param errorText  receives a pointer to the system's message, at most 510 bytes, empty when the symbol was found; its
+ *                   buffer is not qelLoadLibrary's. Null is fine.
+ * @return the symbol's address; null on failure.
+ * Error cell: nErrno = 22 for a null symbol, else untouched.
+ * Threads: safe, but the text is one for the process; loading a library and qelLoadString overwrite it too.
+ * Owns: the text is the library's.
+ */
 ZORCOMN_API void *qelGetProcAddress(void *module, const char *symbol, const char **errorText);
+/** Gives back one load. The last one calls the module's DllMain and closes the module.
+ * @param module  from qelLoadLibrary; one that is not in the table is refused, without waiting for anybody.
+ * @return 1; 0 when refused or when the system could not close the module (the table has forgotten it all the same).
+ * Error cell: nErrno = 22 when refused, 16 when the table could not be locked, else untouched.
+ * Threads: safe.  Owns: nothing of the module may be used after the last call.
+ */
 ZORCOMN_API int32_t qelFreeLibrary(void *module);
+/** Asks a module for a string resource: hands all four arguments to its "loadString".
+ * @param module  from qelLoadLibrary or from dlopen().
+ * @param id, buffer, size  as the module defines them.
+ * @return what the module returns; 0 when it has no "loadString".
+ * Error cell: untouched by the layer.  Threads: as the module's.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API int32_t qelLoadString(void *module, uint32_t id, char *buffer, int32_t size);
+/** Opens a shared object with lazy binding, past the table and without DllMain.
+ * @param handle     receives the handle, null on failure; null is refused.
+ * @param path       as dlopen() takes it; null is the program itself.
+ * @param errorText  the system's message is appended to the text there: room for 511 bytes beyond it is the caller's to
+ *                   provide. Null is fine; untouched on success.
+ * @return 1; 0 when refused or on failure.
+ * Error cell: untouched.  Threads: safe on different buffers.  Owns: release the handle with
+ * unload_shared_object_image.
+ */
 ZORCOMN_API int32_t load_shared_object_image(void **handle, const char *path, char *errorText);
+/** Closes a shared object that was opened past the table.
+ * @param handle  from load_shared_object_image; null is refused.
+ * @return 1; 0 when refused or when the system could not close it.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API int32_t unload_shared_object_image(void *handle);
 struct qelDynamicLibrary; /* layout is the library's own */
+/** The loaded libraries; null where a slot is free. Cleared by the first qelLoadLibrary. */
 ZORCOMN_API extern struct qelDynamicLibrary *pDynamicLibraryList[50];
+/** Guards the table; held while a module is opened, attached, detached and closed. */
 ZORCOMN_API extern pthread_mutex_t MutexDynamicLibraryList;
 
 /* numeric text, GUIDs, clocks and system names */

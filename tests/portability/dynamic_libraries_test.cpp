@@ -42,8 +42,8 @@ bool isOpen(const std::string &path) {
 }
 
 std::ptrdiff_t entriesInTable() {
-    return std::size(pDynamicLibraryList) -
-           std::count(std::begin(pDynamicLibraryList), std::end(pDynamicLibraryList), nullptr);
+    return std::count_if(std::begin(pDynamicLibraryList), std::end(pDynamicLibraryList),
+                         [](const qelDynamicLibrary *entry) { return entry != nullptr; });
 }
 
 using DllMainHook = int32_t (*)(void *, uint32_t, void *);
@@ -180,7 +180,7 @@ TEST(LoadLibrary, FiftyFirst_FailsUntilOneIsFreed) {
             std::filesystem::copy_file(modulePath("bare"), paths.back());
         }
         std::vector<void *> modules;
-        for (int load = 0; load < 50; ++load) {
+        for (size_t load = 0; load < 50; ++load) {
             modules.push_back(qelLoadLibrary(paths[load].c_str(), nullptr));
             ASSERT_NE(modules.back(), nullptr) << load;
             EXPECT_EQ(std::count(modules.begin(), modules.end(), modules.back()), 1);

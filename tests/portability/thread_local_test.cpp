@@ -34,7 +34,8 @@ void runThread(qelThreadStart start = returnNothing, void *argument = nullptr) {
 }
 
 std::ptrdiff_t allocatedIndices() {
-    return std::size(pTlsKeyTable) - std::count(std::begin(pTlsKeyTable), std::end(pTlsKeyTable), nullptr);
+    return std::count_if(std::begin(pTlsKeyTable), std::end(pTlsKeyTable),
+                         [](const pthread_key_t *cell) { return cell != nullptr; });
 }
 
 TEST(TlsAlloc, 513th_FailsAndTheLowestFreeIndexComesBack) {
