@@ -86,9 +86,8 @@ Freed freeIndex(uint32_t index) {
 } // namespace
 
 void freeTlsIndicesOfProcess() {
-    const pid_t process = getpid();
     for (uint32_t index = 0; index < kTlsIndices; ++index) {
-        if (!isFree(index) && __atomic_load_n(&nTlsOwnerTable[index], __ATOMIC_RELAXED) == process)
+        if (!isFree(index) && __atomic_load_n(&nTlsOwnerTable[index], __ATOMIC_RELAXED) == getpid())
             freeIndex(index);
     }
 }
