@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <iterator>
 #include <new>
 #include <utility>
@@ -14,6 +15,8 @@
 #include <dirent.h>
 #include <dlfcn.h>
 #include <pthread.h>
+#include <sys/socket.h>
+#include <sys/utsname.h>
 #include <unistd.h>
 
 namespace zor::test {
@@ -294,3 +297,10 @@ ZORCOMN_FAILS_BY_ERRNO(-1, read, ssize_t, (int descriptor, void *buffer, size_t 
 ZORCOMN_FAILS_BY_ERRNO(-1, write, ssize_t, (int descriptor, const void *buffer, size_t count),
                        (descriptor, buffer, count))
 ZORCOMN_FAILS_BY_ERRNO(nullptr, popen, std::FILE *, (const char *command, const char *mode), (command, mode))
+ZORCOMN_FAILS_BY_ERRNO(-1, readlink, ssize_t, (const char *path, char *buffer, size_t size), (path, buffer, size))
+ZORCOMN_FAILS_BY_ERRNO(-1, socket, int, (int family, int type, int protocol), (family, type, protocol))
+ZORCOMN_FAILS_BY_ERRNO(-1, uname, int, (utsname * names), (names))
+ZORCOMN_FAILS_BY_ERRNO(nullptr, gmtime_r, std::tm *, (const std::time_t *time, std::tm *fields), (time, fields))
+ZORCOMN_FAILS_BY_ERRNO(nullptr, localtime_r, std::tm *, (const std::time_t *time, std::tm *fields), (time, fields))
+ZORCOMN_FAILS_BY_ERRNO(-1, mktime, std::time_t, (std::tm * fields), (fields))
+ZORCOMN_FAILS_BY_ERRNO(-1, setenv, int, (const char *name, const char *value, int overwrite), (name, value, overwrite))
