@@ -223,14 +223,81 @@ ZORCOMN_API void qelcomn_CreateLocalTimeStampW(wchar_t *buffer, uint16_t size);
 ZORCOMN_API void qelcomn_delay(void);
 
 /* agent identity and platform match */
-typedef int32_t (*qelPluginGetVersion)(uint16_t *first, uint16_t *second, uint16_t *third,
-                                       uint16_t *fourth); /* exported as "ORPLUGIN_GetVersion" */
+
+/** The entry point of a plug-in module that tells its version; the module exports it as "ORPLUGIN_GetVersion".
+ * @param first   receives the version's first number; second, third and fourth likewise. Never null, and 0 at the call.
+ * @return 0 when the version is told; anything else refuses. Must not throw.
+ */
+typedef int32_t (*qelPluginGetVersion)(uint16_t *first, uint16_t *second, uint16_t *third, uint16_t *fourth);
+/** Copies the agent's software identifier, "TZXAGENT4800MACX", 16 characters: product, version 4.8.0, platform.
+ * @param buffer  zeroed beforehand: receives size - 1 bytes, the identifier and then zeros; the last byte stays as it
+ *                is, so that at a size of 17 no terminator is written. Null does nothing.
+ * @param size    the buffer's size in bytes; 16 or less does nothing.
+ * Error cell: untouched.  Threads: safe.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API void qelcomn_get_agent_softwareid(char *buffer, uint32_t size);
+/** Copies the agent's software identifier, L"TZXAGENT4800MACX", 16 characters.
+ * @param buffer  receives the identifier and its terminator, unlike with the narrow form at 17 too. Null does nothing.
+ * @param size    the buffer's size in wide characters; 16 or less does nothing.
+ * Error cell: untouched.  Threads: safe.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API void qelcomn_get_agent_softwareid_W(wchar_t *buffer, uint32_t size);
+/** Creates a GUID (see qelCoCreateGuid) and its text in the form of the registry: 38 characters in braces and upper
+ * case.
+ * @param guid  receives the GUID; may be null.
+ * @param text  receives size bytes: the text, then zeros as far as size goes. With a size of 38 or less there is no
+ *              terminator. May be null.
+ * @param size  the text buffer's size in bytes, 39 for the whole text and its terminator.
+ * @return 1; 0 when no GUID could be made (nothing is written).
+ * Error cell: untouched.  Threads: as qelCoCreateGuid.  Owns: the buffers stay the caller's.
+ */
 ZORCOMN_API int32_t qelcomn_create_guid(qelGuid *guid, char *text, uint32_t size);
+/** Tells a plug-in module's version as "4.8.0.1234". Loads the module with qelLoadLibrary, asks its entry point
+ * "ORPLUGIN_GetVersion" and frees it again.
+ * @param path    of the module, as for qelLoadLibrary; null is refused.
+ * @param buffer  zeroed over its whole size, then filled with the text; at most 23 characters. A text that does not fit
+ *                is cut and has no terminator. Null is refused.
+ * @param size    the buffer's size in bytes, 24 for any version and its terminator; may be 0.
+ * @return 1; 0 when refused, when the module cannot be loaded, has no such entry point or refuses (the buffer is then
+ *         all zeros).
+ * Error cell: as qelLoadLibrary and qelFreeLibrary leave it.
+ * Threads: safe; the module's DllMain runs under the lock of the library table.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API int32_t qelcomn_GetFileResourceStringVersionStamp(const char *path, char *buffer, uint32_t size);
+/** Tells a plug-in module's version as 16 hexadecimal digits, four for each number: "00040008000004d2" is 4.8.0.1234.
+ * @param path    of the module, as for qelLoadLibrary; null is refused.
+ * @param buffer  zeroed over its whole size, then filled with the text. A text that does not fit is cut and has no
+ *                terminator. Null is refused.
+ * @param size    the buffer's size in bytes, 17 for the text and its terminator; may be 0.
+ * @return 1; 0 when refused, when the module cannot be loaded, has no such entry point or refuses (the buffer is then
+ *         all zeros).
+ * Error cell: as qelLoadLibrary and qelFreeLibrary leave it.
+ * Threads: safe; the module's DllMain runs under the lock of the library table.  Owns: the buffer stays the caller's.
+ */
 ZORCOMN_API int32_t qelcomn_GetFileResourceVersionStamp(const char *path, char *buffer, uint32_t size);
+/** Names the users logged on: the whole list of session::CollectAllLoggedonUsers, with commas between the names, at
+ * most 128 characters; "NA" when nobody is. Not just the user that the process runs for.
+ * @param buffer  receives the list in UTF-8 and its terminator; untouched on failure. Null is refused.
+ * @param size    the buffer's size in bytes; 769 is always enough.
+ * @return 0; 0x80000008 when refused, when the list does not fit or there is no memory.
+ * Error cell: untouched.  Threads: one collection of users at a time in a process.  Owns: the buffer stays the
+ * caller's.
+ */
 ZORCOMN_API uint32_t qelcomn_get_user_name(char *buffer, uint32_t size);
+/** Tells whether a package for some platforms may run on this one. Blanks count nowhere. A platform of the list matches
+ * when its name occurs anywhere in the current one's, case-sensitively (MAC in MACX), and its version range, if it has
+ * one, holds the current version. Versions are compared as the unsigned 64-bit number major x 2^32 + minor x 2^16 +
+ * build, numbers of 32 bits with their sign, those beyond at their limit.
+ * A range that gives fewer than all six numbers takes the others from the matching names' ranges before it, at first
+ * low 0:0:0 and high 65535:-1:65535: "MAC:10:3:0" is open upwards as the first range, not behind another one. Give both
+ * bounds in full.
+ * @param currentPlatform     name, or name:major:minor:build; numbers not given are 0. Null is refused.
+ * @param supportedPlatforms  platforms with '|' between them, each name, name:low or name:low-high, low and high being
+ *                            major:minor:build. An empty name with a range occurs in every name. Null is refused.
+ * Both are refused when they are longer than 259 bytes without their blanks.
+ * @return 0 match; 1 a name matched, but no range held the version; 0x80000008 no name matched, or refused.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API uint32_t qelcomn_IsPlatformMatch(const char *currentPlatform, const char *supportedPlatforms);
 
 /* File name resolver, flat form. The class FileNameResolver says what resolving a path means. */
