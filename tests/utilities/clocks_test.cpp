@@ -3,7 +3,9 @@
 #include "source/clocks.h"
 #include "tests/support/child.h"
 #include "tests/support/environment_guard.h"
+#include "tests/support/failing_calls.h"
 
+#include <cerrno>
 #include <cstring>
 #include <string>
 
@@ -14,6 +16,7 @@
 
 using zor::test::childPasses;
 using zor::test::EnvironmentGuard;
+using zor::test::FailingCall;
 
 namespace {
 
@@ -62,6 +65,16 @@ TEST(SystemTime, IsLocal_Kept) {
         EXPECT_LE(secondsOf(record), after);
         EXPECT_EQ(record.milliseconds, 0);
     }));
+}
+
+TEST(SystemTime, TimeThatCannotBeBrokenDown_IsAllZero) {
+    qelSystemTime record;
+    std::memset(&record, 0xFF, sizeof record);
+    const FailingCall failing("localtime_r");
+    qelGetSystemTime(&record);
+    EXPECT_TRUE(failing.wasReached());
+    const qelSystemTime zero{};
+    EXPECT_EQ(std::memcmp(&record, &zero, sizeof record), 0);
 }
 
 TEST(SystemTime, Null_IsIgnored) {
@@ -141,6 +154,17 @@ TEST(ComputerName, Null_IsRefused) {
     EXPECT_EQ(qelGetComputerName(nullptr, &size), 0);
     EXPECT_EQ(size, 8u);
     EXPECT_EQ(qelGetComputerName(buffer, nullptr), 0);
+    EXPECT_STREQ(buffer, "#");
+}
+
+TEST(ComputerName, NameNotToBeHad_IsAFailure) {
+    char buffer[300] = "#";
+    uint32_t size = sizeof buffer;
+    const FailingCall failing("uname", 1, EFAULT);
+    EXPECT_EQ(qelGetComputerName(buffer, &size), 0);
+    EXPECT_EQ(errno, EFAULT);
+    EXPECT_TRUE(failing.wasReached());
+    EXPECT_EQ(size, sizeof buffer);
     EXPECT_STREQ(buffer, "#");
 }
 

@@ -1,6 +1,7 @@
 #include "zorcomn/utilities.h"
 
 #include "tests/support/child.h"
+#include "tests/support/failing_calls.h"
 #include "tests/support/temporary_folder.h"
 
 #include <optional>
@@ -147,6 +148,28 @@ TEST(Flattener, FlattenAgain_GivesTheSame) {
     FileNameFlattener bad("/..");
     EXPECT_EQ(bad.Flatten(), 0);
     EXPECT_EQ(resultOf(bad), std::nullopt);
+}
+
+TEST(Flattener, NoMemory_IsAFailure) {
+    const std::string name(100, 'n');
+    const std::string path = name + "/../" + name;
+    const std::string base = "/base";
+    for (int nth = 1;; ++nth) {
+        std::string flat = "before";
+        int32_t success;
+        bool wasReached;
+        {
+            const zor::test::FailingCall failing("operator new", nth);
+            success = FileNameFlattener(path, base).GetFlatPath(flat);
+            wasReached = failing.wasReached();
+        }
+        EXPECT_EQ(flat, success ? "/base/" + name : "before") << nth;
+        if (!wasReached) {
+            EXPECT_EQ(success, 1);
+            break;
+        }
+        EXPECT_EQ(success, 0) << nth;
+    }
 }
 
 /** The rules word for word, with a search from the start for every replacement. */

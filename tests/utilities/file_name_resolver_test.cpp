@@ -1,10 +1,11 @@
 #include "zorcomn/utilities.h"
 
 #include "tests/support/child.h"
+#include "tests/support/failing_calls.h"
 #include "tests/support/temporary_folder.h"
 
+#include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -14,7 +15,6 @@
 
 using velmora_com::vta::FileNameResolver;
 using zor::test::childPasses;
-using zor::test::runInChild;
 using zor::test::TemporaryFolder;
 
 namespace {
@@ -165,6 +165,42 @@ TEST_F(Resolver, RelativeLinkInTheRoot_StandsAgainstTheWorkingDirectory_Kept) {
         EXPECT_EQ(resolved("/link"), "/work//file");
         EXPECT_EQ(resolved("/file"), "/file");
     }));
+}
+
+TEST_F(Resolver, LinkThatCannotBeRead_DoesNotResolveAndLeavesErrno) {
+    link("file", "link");
+    const std::string path = m_folder / "link";
+    const zor::test::FailingCall failing("readlink", 1, EIO);
+    EXPECT_EQ(resolved(path), std::nullopt);
+    EXPECT_EQ(errno, EIO);
+    EXPECT_TRUE(failing.wasReached());
+}
+
+TEST_F(Resolver, NoMemory_IsAFailureAndLosesNothing) {
+    link("file", "link");
+    const std::string path = m_folder / "link";
+    bool wasReached = true;
+    for (int nth = 1; wasReached; ++nth) {
+        char buffer[1024] = "#";
+        uint32_t size = sizeof buffer;
+        void *resolver = nullptr;
+        uint32_t created;
+        uint32_t got;
+        size_t left;
+        {
+            const zor::test::AllocationScope allocations;
+            const zor::test::FailingCall failing("operator new", nth);
+            created = qelcomn_filenameresolver_create(path.c_str(), &resolver);
+            got = qelcomn_filenameresolver_get_absolute_filename(resolver, buffer, &size);
+            qelcomn_filenameresolver_destroy(resolver);
+            wasReached = failing.wasReached();
+            left = allocations.live();
+        }
+        EXPECT_EQ(left, 0u) << nth;
+        EXPECT_EQ(created, resolver ? 0 : kFailure) << nth;
+        EXPECT_EQ(got, wasReached ? kFailure : 0) << nth;
+        EXPECT_EQ(buffer, wasReached ? "#" : m_folder / "file") << nth;
+    }
 }
 
 /** The flat form's handle, destroyed at the end. */

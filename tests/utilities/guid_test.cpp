@@ -2,6 +2,8 @@
 
 #include "platform/posix.h"
 #include "source/guid.h"
+#include "tests/support/descriptors.h"
+#include "tests/support/failing_calls.h"
 
 #include <algorithm>
 #include <array>
@@ -26,7 +28,7 @@ Octets octetsOf(const qelGuid &guid) {
 uint64_t timeStampIn(const qelGuid &guid) {
     const Octets octets = octetsOf(guid);
     uint64_t stamp = octets[6] & 0x0F;
-    for (const size_t i : {7, 4, 5, 0, 1, 2, 3})
+    for (const size_t i : {7u, 4u, 5u, 0u, 1u, 2u, 3u})
         stamp = stamp << 8 | octets[i];
     return stamp;
 }
@@ -211,12 +213,23 @@ TEST(Guid, Null_IsReturnedAsItCame) {
     EXPECT_EQ(qelCoCreateGuid(nullptr), nullptr);
 }
 
-// The lowest free number shows whether a descriptor stayed open.
 TEST_F(GuidSteps, FirstCall_LeavesNoDescriptorOpen) {
     setClock({{1000, 0}});
-    const int before = zor::Descriptor(dup(0)).get();
+    const size_t before = zor::test::openDescriptors();
     create();
-    EXPECT_EQ(zor::Descriptor(dup(0)).get(), before);
+    EXPECT_EQ(zor::test::openDescriptors(), before);
+}
+
+TEST_F(GuidSteps, OnlyTheFirstCall_OpensASocket) {
+    setClock({{1000, 0}});
+    {
+        const zor::test::FailingCall failing("socket");
+        EXPECT_EQ(timeStampIn(create()), stampOf({1000, 0})) << "none is needed, though";
+        EXPECT_TRUE(failing.wasReached());
+    }
+    const zor::test::FailingCall failing("socket");
+    create();
+    EXPECT_FALSE(failing.wasReached());
 }
 
 TEST(Socket, IsClosedWhenAProgramStarts) {

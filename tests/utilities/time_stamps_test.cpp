@@ -3,6 +3,7 @@
 #include "source/time_stamps.h"
 #include "tests/support/child.h"
 #include "tests/support/environment_guard.h"
+#include "tests/support/failing_calls.h"
 
 #include <algorithm>
 #include <climits>
@@ -18,6 +19,7 @@
 using namespace velmora_com::vta;
 using zor::test::childPasses;
 using zor::test::EnvironmentGuard;
+using zor::test::FailingCall;
 
 namespace {
 
@@ -206,6 +208,41 @@ TEST(StampOfNow, Readable_IsLocal) {
         EXPECT_EQ(possible.count(narrow), 1u) << narrow;
         EXPECT_EQ(possible.count(std::string(wide.begin(), wide.end())), 1u);
     }));
+}
+
+TEST(StampOfNow, TimeThatCannotBeBrokenDown_GivesAnEmptyText) {
+    char narrow[] = "##";
+    wchar_t wide[] = L"##";
+    const FailingCall localFailing("localtime_r");
+    qelcomn_CreateLocalTimeStampA(narrow, 2);
+    EXPECT_STREQ(narrow, "");
+    const FailingCall utcFailing("gmtime_r");
+    qelcomn_CreateGmtTimeStampW(wide, 2);
+    EXPECT_STREQ(wide, L"");
+    EXPECT_TRUE(localFailing.wasReached() && utcFailing.wasReached());
+}
+
+TEST(StampOfNow, ReadableTimeThatCannotBeBrokenDown_GivesAnEmptyText) {
+    {
+        const FailingCall failing("localtime_r");
+        EXPECT_EQ(qelcomn_get_time_stamp_ansi(), "");
+        EXPECT_TRUE(failing.wasReached());
+    }
+    const FailingCall failing("localtime_r");
+    EXPECT_EQ(qelcomn_get_time_stamp_wide(), L"");
+    EXPECT_EQ(qelcomn_get_time_stamp_ansi().size(), 19u) << "the mutex is free again";
+}
+
+TEST(StampOfNow, NoMemory_GivesAnEmptyText) {
+    for (int nth = 1;; ++nth) {
+        const FailingCall failing("operator new", nth);
+        const std::wstring wide = qelcomn_get_time_stamp_wide();
+        if (!failing.wasReached()) {
+            EXPECT_EQ(wide.size(), 19u);
+            break;
+        }
+        EXPECT_EQ(wide, L"") << nth;
+    }
 }
 
 // A delay of half a millisecond each would run into the test's time limit.

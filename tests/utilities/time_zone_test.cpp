@@ -3,9 +3,11 @@
 #include "source/time_zone.h"
 #include "tests/support/child.h"
 #include "tests/support/environment_guard.h"
+#include "tests/support/failing_calls.h"
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -20,6 +22,7 @@
 using namespace velmora_com::vta;
 using zor::test::childPasses;
 using zor::test::EnvironmentGuard;
+using zor::test::FailingCall;
 
 namespace {
 
@@ -170,6 +173,31 @@ TEST(Timegm, TimeOutOfRange_GivesMinus1AndPutsTheZoneBack) {
     }));
 }
 
+TEST(Timegm, FailedConversion_LeavesItsErrno) {
+    EXPECT_TRUE(childPasses([] {
+        const EnvironmentGuard zone("TZ", "EST-11");
+        std::tm time = timeOf(2000, 1, 1, 0, 0, 0);
+        const FailingCall failing("mktime", 1, EDOM);
+        errno = 0;
+        EXPECT_EQ(zorcomn_timegm(&time), -1);
+        EXPECT_EQ(errno, EDOM);
+        EXPECT_TRUE(failing.wasReached());
+    }));
+}
+
+TEST(Timegm, ZoneThatCannotBeSet_GivesMinus1AndLeavesTheRecord) {
+    EXPECT_TRUE(childPasses([] {
+        const EnvironmentGuard zone("TZ", "EST-11");
+        std::tm time = timeOf(2000, 14, 1, 0, 0, 0);
+        const FailingCall failing("setenv", 1, ENOMEM);
+        EXPECT_EQ(zorcomn_timegm(&time), -1);
+        EXPECT_EQ(errno, ENOMEM);
+        EXPECT_TRUE(failing.wasReached());
+        EXPECT_EQ(time.tm_mon, 13);
+        EXPECT_EQ(currentSetting(), "EST-11");
+    }));
+}
+
 TEST(Timegm, Null_GivesMinus1) {
     EXPECT_EQ(zorcomn_timegm(nullptr), -1);
 }
@@ -256,6 +284,18 @@ TEST(ZoneName, IsUtf8) {
         std::wstring name;
         EXPECT_TRUE(zorcomn_gettimezone(name));
         EXPECT_EQ(name, L"\u00E4Z");
+    }));
+}
+
+TEST(ZoneName, NoMemory_IsFalseAndLeavesTheTextAlone) {
+    EXPECT_TRUE(childPasses([] {
+        std::string longName(60, 'x');
+        tzname[0] = longName.data();
+        std::wstring name = L"before";
+        const FailingCall failing("operator new");
+        EXPECT_FALSE(zorcomn_gettimezone(name));
+        EXPECT_TRUE(failing.wasReached());
+        EXPECT_EQ(name, L"before");
     }));
 }
 
