@@ -26,10 +26,14 @@ socklen_t addressLength(sa_family_t family) {
     }
 }
 
+bool writeHostText(const sockaddr &address, int flags, char *buffer, size_t size) {
+    return getnameinfo(&address, addressLength(address.sa_family), buffer, static_cast<socklen_t>(size), nullptr, 0,
+                       flags) == 0;
+}
+
 std::optional<std::string> hostText(const sockaddr &address, int flags, size_t size) {
     char text[kHostTextSize] = {};
-    const auto capacity = static_cast<socklen_t>(std::min(size, sizeof text));
-    if (getnameinfo(&address, addressLength(address.sa_family), text, capacity, nullptr, 0, flags) != 0)
+    if (!writeHostText(address, flags, text, std::min(size, sizeof text)))
         return std::nullopt;
     return std::string(text, strnlen(text, sizeof text));
 }

@@ -20,6 +20,11 @@ sockaddr_storage storedAddress(const sockaddr &address);
  * system accepts a longer one, else the size of the storage. */
 socklen_t addressLength(sa_family_t family);
 
+/** getnameinfo for the host alone, into a zeroed buffer of size bytes, terminator included.
+ * @return whether there is a text now.
+ */
+bool writeHostText(const sockaddr &address, int flags, char *buffer, size_t size);
+
 /** getnameinfo for the host alone, into a text of at most size bytes, terminator included. */
 std::optional<std::string> hostText(const sockaddr &address, int flags, size_t size = kHostTextSize);
 

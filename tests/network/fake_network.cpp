@@ -1,34 +1,16 @@
 #include "tests/network/fake_network.h"
 
+#include "tests/network/socket_text.h"
 #include "tests/support/descriptors.h"
 
 #include <cerrno>
 #include <cstring>
 
-#include <arpa/inet.h>
 #include <dlfcn.h>
-#include <netdb.h>
-#include <netinet/in.h>
 
 namespace zor::test {
 
 FakeNetwork fakeNetwork;
-
-sockaddr_storage socketAddress(const char *text) {
-    sockaddr_storage storage{};
-    sockaddr_in ipv4{};
-    sockaddr_in6 ipv6{};
-    if (inet_pton(AF_INET, text, &ipv4.sin_addr) == 1) {
-        ipv4.sin_family = AF_INET;
-        std::memcpy(&storage, &ipv4, sizeof ipv4);
-    } else if (inet_pton(AF_INET6, text, &ipv6.sin6_addr) == 1) {
-        ipv6.sin6_family = AF_INET6;
-        std::memcpy(&storage, &ipv6, sizeof ipv6);
-    } else {
-        ADD_FAILURE() << '"' << text << "\" is no address";
-    }
-    return storage;
-}
 
 ifaddrs &InterfaceEntries::add(const char *name, unsigned int flags) {
     m_entries.push_back({name, {}, {}, {}});
@@ -75,6 +57,7 @@ FakeNetworkTest::FakeNetworkTest() : m_descriptors(openDescriptors()) {
 
 FakeNetworkTest::~FakeNetworkTest() {
     EXPECT_EQ(fakeNetwork.listsHeld, 0);
+    EXPECT_EQ(fakeNetwork.answersHeld, 0);
     EXPECT_EQ(openDescriptors(), m_descriptors);
     fakeNetwork = FakeNetwork();
 }
@@ -87,6 +70,17 @@ namespace {
 
 template <class Function> Function *systemsOwn(const char *name) {
     return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
+}
+
+using Resolve = int(const char *, const char *, const addrinfo *, addrinfo **);
+
+/** The system's answer for an address text; nothing else is ever asked for, so no question leaves this process. */
+int resolveText(const std::string &text, const char *service, addrinfo hints, addrinfo **result) {
+    if (fakeNetwork.refusedHosts.count(text) != 0)
+        return EAI_NONAME;
+    hints.ai_flags |= AI_NUMERICHOST;
+    static const auto original = systemsOwn<Resolve>("getaddrinfo");
+    return original(text.c_str(), service, &hints, result);
 }
 
 } // namespace
@@ -132,6 +126,32 @@ int getnameinfo(const sockaddr *address, socklen_t length, char *host, socklen_t
     static const auto original =
         systemsOwn<int(const sockaddr *, socklen_t, char *, socklen_t, char *, socklen_t, int)>("getnameinfo");
     return original(address, length, host, hostLength, service, serviceLength, flags);
+}
+
+int getaddrinfo(const char *node, const char *service, const addrinfo *hints, addrinfo **result) {
+    fakeNetwork.questions.push_back({node, service ? std::optional<std::string>(service) : std::nullopt, *hints});
+    const auto known = fakeNetwork.hosts.find(node);
+    const auto texts = known == fakeNetwork.hosts.end() ? std::vector<std::string>{node} : known->second;
+    int error = EAI_NONAME;
+    addrinfo *answer = nullptr;
+    addrinfo **end = &answer;
+    for (const std::string &text : texts) {
+        const int textError = resolveText(text, service, *hints, end);
+        error = answer ? 0 : textError;
+        while (*end)
+            end = &(*end)->ai_next;
+    }
+    if (answer) {
+        ++fakeNetwork.answersHeld;
+        *result = answer;
+    }
+    return error;
+}
+
+void freeaddrinfo(addrinfo *list) noexcept {
+    --fakeNetwork.answersHeld;
+    static const auto original = systemsOwn<void(addrinfo *)>("freeaddrinfo");
+    original(list);
 }
 
 } // extern "C"

@@ -1,16 +1,19 @@
 #pragma once
 
-// The system's interface calls as a test sets them: getifaddrs hands out a made-up list, if_nametoindex knows the names
-// given here, socket and getnameinfo refuse what they are told to refuse. Linked into a test of its own, where these
-// definitions take the place of the system's.
+// The system's network calls as a test sets them: getifaddrs hands out a made-up list, if_nametoindex and getaddrinfo
+// know the names given here, socket and getnameinfo refuse what they are told to refuse. Linked into a test of its own,
+// where these definitions take the place of the system's.
 
 #include <deque>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include <ifaddrs.h>
 #include <net/if.h>
+#include <netdb.h>
 #include <sys/socket.h>
 
 #include "tests/support/fake_host.h"
@@ -41,6 +44,13 @@ private:
     std::deque<Node> m_entries;
 };
 
+/** One question to the resolver. */
+struct Question {
+    std::string node;
+    std::optional<std::string> service;
+    addrinfo hints;
+};
+
 struct FakeNetwork {
     InterfaceEntries entries;
     bool listFails = false;
@@ -51,17 +61,22 @@ struct FakeNetwork {
     std::set<int> refusedFamilies; // for which no socket can be had
     int socketsOpened = 0;
     bool namesFail = false;
+    /** What the resolver answers: addresses by name. It also takes address texts, and nothing else. */
+    std::map<std::string, std::vector<std::string>> hosts;
+    std::set<std::string> refusedHosts; // address texts that it does not take
+    std::vector<Question> questions;
+    int answersHeld = 0; // given and not yet freed
 };
 
 extern FakeNetwork fakeNetwork;
-
-/** The socket address of a text, IPv4 or IPv6. */
-sockaddr_storage socketAddress(const char *text);
 
 class FakeNetworkTest : public host::FakeHostTest {
 protected:
     FakeNetworkTest();
     ~FakeNetworkTest() override;
+
+    /** Empties the list of questions, and its storage with it. */
+    static void forgetQuestions() { std::vector<Question>().swap(fakeNetwork.questions); }
 
 private:
     size_t m_descriptors;

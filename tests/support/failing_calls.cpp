@@ -4,6 +4,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -14,6 +15,9 @@
 
 #include <dirent.h>
 #include <dlfcn.h>
+#include <fcntl.h>
+#include <netdb.h>
+#include <poll.h>
 #include <pthread.h>
 #include <sys/socket.h>
 #include <sys/utsname.h>
@@ -304,3 +308,30 @@ ZORCOMN_FAILS_BY_ERRNO(nullptr, gmtime_r, std::tm *, (const std::time_t *time, s
 ZORCOMN_FAILS_BY_ERRNO(nullptr, localtime_r, std::tm *, (const std::time_t *time, std::tm *fields), (time, fields))
 ZORCOMN_FAILS_BY_ERRNO(-1, mktime, std::time_t, (std::tm * fields), (fields))
 ZORCOMN_FAILS_BY_ERRNO(-1, setenv, int, (const char *name, const char *value, int overwrite), (name, value, overwrite))
+ZORCOMN_FAILS_BY_RESULT(getnameinfo,
+                        (const sockaddr *address, socklen_t length, char *host, socklen_t hostSize, char *service,
+                         socklen_t serviceSize, int flags),
+                        (address, length, host, hostSize, service, serviceSize, flags))
+ZORCOMN_FAILS_BY_ERRNO(-1, connect, int, (int socket, const sockaddr *address, socklen_t length),
+                       (socket, address, length))
+ZORCOMN_FAILS_BY_ERRNO(-1, getsockname, int, (int socket, sockaddr *address, socklen_t *length),
+                       (socket, address, length))
+ZORCOMN_FAILS_BY_ERRNO(-1, getsockopt, int, (int socket, int level, int option, void *value, socklen_t *length),
+                       (socket, level, option, value, length))
+ZORCOMN_FAILS_BY_ERRNO(-1, poll, int, (pollfd * entries, nfds_t count, int milliseconds),
+                       (entries, count, milliseconds))
+
+// fcntl under the name that it has with 64-bit file offsets.
+extern "C" int __real_fcntl64(int descriptor, int command, ...);
+extern "C" int __wrap_fcntl64(int descriptor, int command, ...) {
+    static const size_t function = indexOf("fcntl64");
+    if (const int error = failureDue(function))
+        return errno = error, -1;
+    if (command == F_GETFL || command == F_GETFD)
+        return __real_fcntl64(descriptor, command);
+    va_list arguments;
+    va_start(arguments, command);
+    const int argument = va_arg(arguments, int);
+    va_end(arguments);
+    return __real_fcntl64(descriptor, command, argument);
+}
