@@ -191,6 +191,25 @@ TEST_F(Interfaces, FirstLinkEntryOfTheName_GivesTheHardwareAddress) {
     EXPECT_EQ(mac, "020000000010");
 }
 
+TEST_F(Interfaces, Alias_HasTheHardwareAddressOfItsInterface) {
+    zor::host::fakeHost.isSameInterface = [](const std::string &link, const std::string &address) {
+        return link == address.substr(0, address.find(':'));
+    };
+    fakeNetwork.indexes = {{"en0", 4}, {"en0:1", 4}, {"en1:1", 5}};
+    addEn0();
+    fakeNetwork.entries.addAddress("en0", kUp, "10.0.0.1", "255.0.0.0");
+    fakeNetwork.entries.addAddress("en1:1", kUp, "10.0.0.2", "255.0.0.0"); // of no link
+    fakeNetwork.entries.addAddress("en0:1", kUp, "10.0.0.3", "255.0.0.0");
+    NetInterfaceList list(false);
+    EXPECT_NE(list.initialize(), 0u);
+    EXPECT_EQ(list.getIndexes(), Indexes{4});
+    EXPECT_EQ(textsOf(list, 4), (Texts{"10.0.0.1", "10.0.0.3"}));
+    NetInterface record;
+    ASSERT_EQ(list.getNetInterface(4, record), 1u);
+    EXPECT_EQ(record.getIndexName(), "en0:1");
+    EXPECT_EQ(record.getMACAddress(), "020000000010");
+}
+
 TEST_F(Interfaces, LinkOfInterfaceThatIsDown_StillGivesTheHardwareAddress) {
     fakeNetwork.entries.addLink("en0", 0x10).ifa_flags = 0;
     fakeNetwork.entries.addAddress("en0", kUp, "10.0.0.1", "255.0.0.0");

@@ -67,7 +67,8 @@ std::optional<std::array<uint8_t, 6>> linkLevelAddress(const ifaddrs &entry) {
 }
 
 bool isSameInterface(const char *linkName, const char *addressName) {
-    return std::strcmp(linkName, addressName) == 0;
+    return fakeHost.isSameInterface ? fakeHost.isSameInterface(linkName, addressName)
+                                    : std::strcmp(linkName, addressName) == 0;
 }
 
 size_t socketAddressLength(const sockaddr &address) {
