@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include <sys/types.h>
+
 struct ifaddrs;
 struct sockaddr;
 
@@ -87,6 +89,9 @@ bool isSameInterface(const char *linkName, const char *addressName);
 /** How many bytes an interface list really holds of an address: what the address itself states where addresses have a
  * length (masks then leave out trailing zeros), else what its family needs. */
 size_t socketAddressLength(const sockaddr &address);
+
+/** The calling process's identifier, also in a forked child; cheap enough for every hold of a lock. */
+pid_t processId();
 
 /** iconv's name for UTF-32 in the machine's byte order. */
 const char *wideEncodingName();

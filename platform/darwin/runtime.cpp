@@ -1,11 +1,18 @@
-// What the C library calls differently here: the wide encoding's name for iconv and the report of an assertion.
+// What the C library does differently here: the process's identifier, the wide encoding's name for iconv and the report
+// of an assertion.
 
 #include "platform/host.h"
 
 #undef NDEBUG // which would hide the report that assert itself makes
 #include <cassert>
 
+#include <unistd.h>
+
 namespace zor::host {
+
+pid_t processId() {
+    return getpid(); // which the C library remembers
+}
 
 const char *wideEncodingName() {
     return "UCS-4-INTERNAL";

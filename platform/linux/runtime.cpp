@@ -1,11 +1,41 @@
-// What the C library calls differently here: the wide encoding's name for iconv and the report of an assertion.
+// What the C library does differently here: the process's identifier, the wide encoding's name for iconv and the report
+// of an assertion.
 
 #include "platform/host.h"
 
 #undef NDEBUG // which would hide the report that assert itself makes
 #include <cassert>
 
+#include <atomic>
+
+#include <pthread.h>
+#include <unistd.h>
+
 namespace zor::host {
+
+namespace {
+
+// getpid is a system call here, several times the cost of an uncontended lock. 0: not known.
+std::atomic<pid_t> knownProcessId{0};
+
+void forgetProcessId() {
+    knownProcessId.store(0, std::memory_order_relaxed);
+}
+
+pid_t rememberProcessId() {
+    static const bool isForgottenByFork = pthread_atfork(nullptr, nullptr, forgetProcessId) == 0;
+    const pid_t id = getpid();
+    if (isForgottenByFork)
+        knownProcessId.store(id, std::memory_order_relaxed);
+    return id;
+}
+
+} // namespace
+
+pid_t processId() {
+    const pid_t known = knownProcessId.load(std::memory_order_relaxed);
+    return known != 0 ? known : rememberProcessId();
+}
 
 const char *wideEncodingName() {
     return "WCHAR_T";

@@ -8,6 +8,7 @@
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 namespace zor::host {
 
@@ -75,6 +76,10 @@ size_t socketAddressLength(const sockaddr &address) {
     if (fakeHost.socketAddressLength)
         return fakeHost.socketAddressLength(address);
     return address.sa_family == AF_INET6 ? sizeof(sockaddr_in6) : sizeof(sockaddr);
+}
+
+pid_t processId() {
+    return getpid();
 }
 
 const char *wideEncodingName() {

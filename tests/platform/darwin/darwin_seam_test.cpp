@@ -12,6 +12,7 @@
 #include <sys/socket.h>
 #include <sys/sysctl.h>
 #include <sys/time.h>
+#include <unistd.h>
 
 using zor::test::DarwinSeam;
 using zor::test::fakeCalls;
@@ -253,6 +254,10 @@ TEST_F(DarwinSeam, OfficialHostName_IsTheResolversOwn) {
     EXPECT_FALSE(host::officialHostName("alpha"));
     fakeCalls.officialNames["alpha"] = "alpha.beta.gamma";
     EXPECT_EQ(host::officialHostName("alpha"), "alpha.beta.gamma");
+}
+
+TEST_F(DarwinSeam, ProcessId_IsTheSystems) {
+    EXPECT_EQ(host::processId(), getpid());
 }
 
 TEST_F(DarwinSeam, WideEncoding_IsTheMachinesOwn) {
