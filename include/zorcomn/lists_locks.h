@@ -181,61 +181,378 @@ ZORCOMN_API int32_t qeLL2_XIsEnd(const qeLL2Node *node);
  */
 ZORCOMN_API void qeLL2_XRemove(qeLL2Node *node);
 
-/* synchronized lists */
-struct qeSELock; /* layout is the library's own, fields in the order the lock's Part gives */
+/* Synchronized lists: lists that carry a shared/exclusive lock of their own (see below). Each operation takes that
+ * lock, waiting as long as it must, and releases it before it returns; qeSLL_XGetHead and qeSLL2_XGetHead alone leave
+ * it held, for a walk:
+ *
+ *     qeLLNode *node = qeSLL_XGetHead(list, 0, 1);
+ *     for (; !qeLL_XIsEnd(node); node = qeLL_XGetNext(node))
+ *         look(node);
+ *     qeSLL_LockRelease(list);
+ *
+ * To change a list during its walk, get the head exclusively and use the X operations above, which do not lock. The
+ * owner of the exclusive lock may also call the operations here; a thread that holds the lock shared may not, except
+ * for the get-head and the emptiness test: it would wait for itself.
+ *
+ * A thread must be attached (qeSO_ThreadAttach). One that is not finds a free list as everybody does; while somebody
+ * holds the list's lock, its request is not carried out: nothing is inserted, nothing removed, the list seems empty,
+ * and nErrno is 22. The same holds, without nErrno, for a list without a lock, as Uninit leaves it.
+ *
+ * Threads: any number may call any operation on one list, but for Init, Uninit and Release, during which nobody else
+ * may use it. Waiting may be cancelled; what is cancelled has not happened. */
+
+struct qeSELock; /* layout is the library's own */
 typedef struct qeSELock qeSELock;
+
+/** A synchronized stack of qeLL_ nodes. Callers may place one themselves and initialise it with qeSLL_Init. */
 typedef struct qeSLL {
     qeLLNode *head;
     qeSELock *lock;
 } qeSLL;
+
+/** A synchronized row of qeLL2_ nodes between two sentinels; the first node is headSentinel.next, the last one
+ * tailSentinel.previous. Its address is part of its links: it must not be copied or moved. Callers may place one
+ * themselves and initialise it with qeSLL2_Init. */
 typedef struct qeSLL2 {
     qeLL2Node headSentinel;
     qeLL2Node tailSentinel;
     qeSELock *lock;
 } qeSLL2;
+
+/** Makes an empty stack with a lock.
+ * @param list  [out] the new list, or null: look at it, not only at the result. Null is refused.
+ * @return 0, also when the list's lock could not be created (the list is then null); 0x80000008 when the list itself
+ *         could not be allocated or list is null.
+ * Error cell: untouched.  Threads: safe.  Owns: the list is the caller's; release it with qeSLL_Release.
+ */
 ZORCOMN_API uint32_t qeSLL_Create(qeSLL **list);
+
+/** Empties a stack that the caller has placed and gives it a lock.
+ * @param list  overwritten, whatever it held: it must not be in use. Null is refused.
+ * @return 0; 0x80000008 when memory runs out (the lock is then null) or list is null.
+ * Error cell: untouched.  Threads: nobody else may use the list.  Owns: release the lock with qeSLL_Uninit.
+ */
 ZORCOMN_API uint32_t qeSLL_Init(qeSLL *list);
+
+/** Frees a stack's lock. The nodes stay linked.
+ * @param list  null, and a list without a lock, are ignored.
+ * Error cell: untouched.  Threads: nobody else may use the list.  Owns: the nodes and the record stay the caller's.
+ */
 ZORCOMN_API void qeSLL_Uninit(qeSLL *list);
+
+/** Frees a stack that qeSLL_Create made, lock and record.
+ * @param list  null is ignored.
+ * Error cell: untouched.  Threads: nobody else may use the list.  Owns: the nodes stay the caller's.
+ */
 ZORCOMN_API void qeSLL_Release(qeSLL *list);
+
+/** Pushes a node in front of all others, under the exclusive lock. Takes the lock, unlike the X operations above.
+ * @param list  null: nothing happens.
+ * @param node  in no list yet; null: nothing happens.
+ * Error cell: nErrno = 22 when an unattached thread is refused.  Threads: safe, waits.  Owns: nothing.
+ */
 ZORCOMN_API void qeSLL_XInsertHead(qeSLL *list, qeLLNode *node);
+
+/** Takes the first node out, under the exclusive lock. Its own link stays as it was.
+ * @param list  null counts as empty.
+ * @return the node; null when the list is empty.
+ * Error cell: nErrno = 22 when an unattached thread is refused.  Threads: safe, waits.  Owns: nothing.
+ */
 ZORCOMN_API qeLLNode *qeSLL_XRemoveHead(qeSLL *list);
+
+/** Takes a stack's lock and tells its first node; the lock stays held until qeSLL_LockRelease.
+ * @param list       null gives null, and nothing is held.
+ * @param exclusive  0: a shared lock that waits for queued exclusive requests; else the exclusive lock.
+ * @param wait       0: does not wait; else waits until the lock is its own.
+ * @return the first node, or null for an empty list: in both cases the lock is held. All-ones when it is not.
+ * Error cell: nErrno = 22 when an unattached thread is refused a wait.  Threads: safe.  Owns: the lock is the caller's.
+ */
 ZORCOMN_API qeLLNode *qeSLL_XGetHead(qeSLL *list, int32_t exclusive, int32_t wait);
+
+/** Releases the lock that qeSLL_XGetHead has taken.
+ * @param list  null is ignored.
+ * Error cell: untouched.  Threads: as qeSO_SELockRelease.  Owns: nothing.
+ */
 ZORCOMN_API void qeSLL_LockRelease(qeSLL *list);
+
+/** Whether a stack has no node, read under a shared lock that waits for queued exclusive requests.
+ * @param list  null counts as empty.
+ * @return 1 or 0.
+ * Error cell: nErrno = 22 when an unattached thread is refused.  Threads: safe, waits.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qeSLL_IsEmpty(qeSLL *list);
+
+/** Makes an empty row with a lock.
+ * @param list  [out] the new list, or null: look at it, not only at the result. Null is refused.
+ * @return 0, also when the list's lock could not be created (the list is then null); 0x80000008 when the list itself
+ *         could not be allocated or list is null.
+ * Error cell: untouched.  Threads: safe.  Owns: the list is the caller's; release it with qeSLL2_Release.
+ */
 ZORCOMN_API uint32_t qeSLL2_Create(qeSLL2 **list);
+
+/** Empties a row that the caller has placed and gives it a lock.
+ * @param list  overwritten, whatever it held: it must not be in use. Null is refused.
+ * @return 0; 0x80000008 when memory runs out (the lock is then null) or list is null.
+ * Error cell: untouched.  Threads: nobody else may use the list.  Owns: release it with qeSLL2_Uninit.
+ */
 ZORCOMN_API uint32_t qeSLL2_Init(qeSLL2 *list);
+
+/** Unlinks every node of a row, then frees its lock. The nodes must still be there.
+ * @param list  null, and a list without a lock, are ignored.
+ * Error cell: untouched.  Threads: nobody else may use the list or hold its lock.  Owns: the nodes and the record stay
+ * the caller's.
+ */
 ZORCOMN_API void qeSLL2_Uninit(qeSLL2 *list);
+
+/** Unlinks every node of a row that qeSLL2_Create made, then frees lock and record. The nodes must still be there.
+ * @param list  null is ignored.
+ * Error cell: untouched.  Threads: nobody else may use the list.  Owns: the nodes stay the caller's.
+ */
 ZORCOMN_API void qeSLL2_Release(qeSLL2 *list);
+
+/** Puts a node in front of all others, under the exclusive lock.
+ * @param list  null: nothing happens.
+ * @param node  in no list yet; null: nothing happens.
+ * Error cell: nErrno = 22 when an unattached thread is refused.  Threads: safe, waits.  Owns: nothing.
+ */
 ZORCOMN_API void qeSLL2_XInsertHead(qeSLL2 *list, qeLL2Node *node);
+
+/** Puts a node behind all others, under the exclusive lock.
+ * @param list  null: nothing happens.
+ * @param node  in no list yet; null: nothing happens.
+ * Error cell: nErrno = 22 when an unattached thread is refused.  Threads: safe, waits.  Owns: nothing.
+ */
 ZORCOMN_API void qeSLL2_XInsertTail(qeSLL2 *list, qeLL2Node *node);
+
+/** Takes the first node out, under the exclusive lock. Its own links stay as they were.
+ * @param list  null counts as empty.
+ * @return the node; null when the list is empty.
+ * Error cell: nErrno = 22 when an unattached thread is refused.  Threads: safe, waits.  Owns: nothing.
+ */
 ZORCOMN_API qeLL2Node *qeSLL2_XRemoveHead(qeSLL2 *list);
+
+/** Takes the last node out, under the exclusive lock. Its own links stay as they were.
+ * @param list  null counts as empty.
+ * @return the node; null when the list is empty.
+ * Error cell: nErrno = 22 when an unattached thread is refused.  Threads: safe, waits.  Owns: nothing.
+ */
 ZORCOMN_API qeLL2Node *qeSLL2_XRemoveTail(qeSLL2 *list);
+
+/** Takes a row's lock and tells its first node; the lock stays held until qeSLL2_LockRelease.
+ * @param list       null gives null, and nothing is held.
+ * @param exclusive  0: a shared lock that waits for queued exclusive requests; else the exclusive lock.
+ * @param wait       0: does not wait; else waits until the lock is its own.
+ * @return the first node, or the tail sentinel (which qeLL2_XIsEnd knows) for an empty list: in both cases the lock is
+ *         held. Null when it is not.
+ * Error cell: nErrno = 22 when an unattached thread is refused a wait.  Threads: safe.  Owns: the lock is the caller's.
+ */
 ZORCOMN_API qeLL2Node *qeSLL2_XGetHead(qeSLL2 *list, int32_t exclusive, int32_t wait);
+
+/** Releases the lock that qeSLL2_XGetHead has taken.
+ * @param list  null is ignored.
+ * Error cell: untouched.  Threads: as qeSO_SELockRelease.  Owns: nothing.
+ */
 ZORCOMN_API void qeSLL2_LockRelease(qeSLL2 *list);
+
+/** Whether a row has no node, read under a shared lock that waits for queued exclusive requests.
+ * @param list  null counts as empty.
+ * @return 1 or 0.
+ * Error cell: nErrno = 22 when an unattached thread is refused.  Threads: safe, waits.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qeSLL2_IsEmpty(qeSLL2 *list);
+
+/** Acquires a spin lock: exchanges 1 into its cell until the cell held 0. For a few instructions, never around a wait;
+ * not recursive. Failed attempts retry at once up to the 4000th; the next hundred sleep 0 microseconds first, then a
+ * hundred each 10 000, 100 000 and 1 000 000; after that they retry at once again, for as long as it takes.
+ * @param cell  0 free, 1 held; null: nothing is locked.
+ * @return 0.
+ * Error cell: untouched; errno too.  Threads: safe; no cancellation point, also while it sleeps.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qeSL_Get(volatile int32_t *cell);
+
+/** Releases a spin lock: exchanges 0 into its cell. Who holds it is not checked.
+ * @param cell  null is ignored.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API void qeSL_Release(volatile int32_t *cell);
 
-/* shared/exclusive lock and per-thread attach */
+/* Shared/exclusive lock and per-thread attach.
+ *
+ * Before: the process calls qeSO_ProcessAttach once, then each thread qeSO_ThreadAttach, which gives it a token: an
+ * event that it sleeps on while it waits. After: each thread calls qeSO_ThreadDetach when it holds no lock any more,
+ * and the process qeSO_ProcessDetach when no thread is attached. Attach threads of your own making only (pthreads and
+ * the like): when a thread that qelBeginThread started ends, all thread-local indices of the process go with it, this
+ * one too, and from then on every thread is as one that never attached.
+ *
+ * A thread without a token may take what is free, and may share what others share. It owns nothing: an exclusive hold
+ * of its own is one without an owner, so it does not recurse and does not keep readers of the starve-exclusive kind
+ * out; and it cannot wait: where others would, it gets 0 and nErrno 22.
+ *
+ * Policies. An exclusive request that must wait goes before all shared ones, and of two the later one goes first.
+ * Shared requests of the starve-exclusive kind enter beside readers whoever waits, so a stream of them keeps writers
+ * out; those of the wait-for-exclusive kind let queued writers go first, so a stream of writers keeps them out. Queued
+ * readers are admitted all at once. The owner may take its lock again, exclusively or shared, any number of times; one
+ * release for each. A thread that holds the lock shared and asks for it exclusively waits for itself.
+ *
+ * Threads: any number may call any operation on one lock, except that nobody may use it during and after qeSO_Release.
+ * A thread may be cancelled while it waits (the wait is a cancellation point): its request is withdrawn. The operations
+ * are no cancellation points otherwise. Not for signal handlers, nor for a forked child of a process with other
+ * threads.
+ */
+
+/** Told about a lock by number. Runs while the lock's spin lock is held: it must be short, must not wait, and must not
+ * use the same lock in any way, nor a list that carries it (other locks and events may be used).
+ * @param first   the first argument of the registration.
+ * @param event   4352 (0x1100): the lock is free; 4354 (0x1102): the registration is being withdrawn.
+ * @param second  the second argument of the registration.
+ * @param zero    0.
+ * @return 4352: 0 ends the registration, anything else keeps it; 4354: 0 agrees, anything else refuses.
+ */
 typedef uint32_t (*qeSONotify)(uint32_t first, uint32_t event, uint32_t second, uint32_t zero);
+
+/** Allocates the thread-local index that tokens are kept in, and stores it in qeSO_tls_index. Once per process: a
+ * second call takes another index, and all threads are without a token.
+ * @return the index, 0 to 511; all-ones when there is none left.
+ * Error cell: as qelTlsAlloc.  Threads: from one thread, before others use locks.  Owns: release the index with
+ * qeSO_ProcessDetach.
+ */
 ZORCOMN_API uint32_t qeSO_ProcessAttach(void);
+
+/** Frees the thread-local index and stores all-ones in qeSO_tls_index. Tokens of threads still attached are lost.
+ * @return 1; 0 when there was no index to free.
+ * Error cell: nErrno = 22 when there was none.  Threads: from one thread, after others have detached.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qeSO_ProcessDetach(void);
-ZORCOMN_API uintptr_t qeSO_ThreadAttach(void); /* the token, or 1/0 from storing a new one */
+
+/** Gives the calling thread a token, if it has none.
+ * @return 1 when it got one now; the token itself when it had one already; 0 when it could not get one.
+ * Error cell: nErrno = 22 without an index (qeSO_ProcessAttach), 12 when memory runs out.  Threads: safe.  Owns: the
+ * token is the library's until qeSO_ThreadDetach; a thread that ends without it leaves its event behind.
+ */
+ZORCOMN_API uintptr_t qeSO_ThreadAttach(void);
+
+/** Closes the calling thread's event and takes its token away. It must hold no lock: locks know their owner by it, and
+ * another thread may get the same token later.
+ * @return 1, also when there was no token; 0 when that cannot be stored.
+ * Error cell: nErrno = 22 without an index.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qeSO_ThreadDetach(void);
+
+/** Declares that the calling thread does without an event: its token becomes all-ones, as that of a thread without one.
+ * Not for an attached thread, whose event would stay behind.
+ * Error cell: nErrno = 22 without an index.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API void qeSO_ThreadAttachX(void);
+
+/** Does nothing; the counterpart of qeSO_ThreadAttachX.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
+ */
 ZORCOMN_API void qeSO_ThreadDetachX(void);
+
+/** The calling thread's token: the handle of its event. Whoever sets that event does not end a wait for a lock.
+ * @return the token; all-ones when the thread has none.
+ * Error cell: nErrno = 22 when the index has been taken away (see above).  Threads: safe.  Owns: the token stays the
+ * library's.
+ */
 ZORCOMN_API HANDLE qeSO_GetThread(void);
+
+/** What the calling thread's slot holds, for diagnosis.
+ * @return the token; all-ones after a detach or qeSO_ThreadAttachX; 0 when it never attached.
+ * Error cell: nErrno = 22 when the index has been taken away (see above).  Threads: safe.  Owns: the token stays the
+ * library's.
+ */
 ZORCOMN_API HANDLE qeSO_DbgGetThread(void);
+
+/** Makes a free lock.
+ * @param lock  [out] the new lock, null when memory runs out. Null is refused.
+ * @return 0; 0x80000008 when memory runs out or lock is null.
+ * Error cell: untouched.  Threads: safe.  Owns: the lock is the caller's; release it with qeSO_Release.
+ */
 ZORCOMN_API uint32_t qeSO_SELockCreate(qeSELock **lock);
+
+/** Frees a lock's record. Nobody may hold it or wait for it; registrations that are left stay on the heap.
+ * @param lock  null is ignored.
+ * Error cell: untouched.  Threads: nobody else may use the lock.  Owns: nothing.
+ */
 ZORCOMN_API void qeSO_Release(qeSELock *lock);
+
+/** Takes a lock exclusively. Granted when the lock is free or the caller owns it.
+ * @param lock  null is refused.
+ * @param wait  0: does not wait; else waits without limit, a cancellation point.
+ * @return 1 when the caller holds the lock, 0 when not.
+ * Error cell: nErrno = 22 when a thread without a token would have to wait.  Threads: safe.  Owns: one hold, until
+ * qeSO_SELockRelease.
+ */
 ZORCOMN_API int32_t qeSO_SELockExclusive(qeSELock *lock, int32_t wait);
+
+/** Takes a lock shared, passing queued exclusive requests. Granted when nobody or the caller owns the lock.
+ * @param lock  null is refused.
+ * @param wait  0: does not wait; else waits without limit, a cancellation point.
+ * @return 1 when the caller holds the lock, 0 when not.
+ * Error cell: nErrno = 22 when a thread without a token would have to wait.  Threads: safe.  Owns: one hold, until
+ * qeSO_SELockRelease.
+ */
 ZORCOMN_API int32_t qeSO_SELockSharedStarveExclusive(qeSELock *lock, int32_t wait);
+
+/** Takes a lock shared, letting queued exclusive requests go first. Granted when the lock is free, when the caller owns
+ * it, or when nobody does and no exclusive request is queued.
+ * @param lock  null is refused.
+ * @param wait  0: does not wait; else waits without limit, a cancellation point.
+ * @return 1 when the caller holds the lock, 0 when not.
+ * Error cell: nErrno = 22 when a thread without a token would have to wait.  Threads: safe.  Owns: one hold, until
+ * qeSO_SELockRelease.
+ */
 ZORCOMN_API int32_t qeSO_SELockSharedWaitForExclusive(qeSELock *lock, int32_t wait);
+
+/** Takes a lock: qeSO_SELockSharedWaitForExclusive when exclusive is 0, else qeSO_SELockExclusive.
+ * @param lock       null is refused.
+ * @param exclusive  0 or anything else.
+ * @param wait       0: does not wait; else waits without limit, a cancellation point.
+ * @return 1 when the caller holds the lock, 0 when not.
+ * Error cell: nErrno = 22 when a thread without a token would have to wait.  Threads: safe.  Owns: one hold, until
+ * qeSO_SELockRelease.
+ */
 ZORCOMN_API int32_t qeSO_SELock(qeSELock *lock, int32_t exclusive, int32_t wait);
+
+/** Turns the owner's holds into as many shared ones and admits all queued readers. Queued exclusive requests stay
+ * behind. Whoever calls it: that the caller owns the lock is not checked.
+ * @param lock  null is ignored.
+ * Error cell: untouched.  Threads: safe.  Owns: each hold still needs its qeSO_SELockRelease.
+ */
 ZORCOMN_API void qeSO_SELockExclusiveToShared(qeSELock *lock);
+
+/** Gives one hold back, shared or exclusive. The last one hands the lock to the exclusive request that queued last;
+ * failing that, to all queued readers; failing that, tells the registrations, the latest first, until one returns 0.
+ * That the caller has a hold is not checked; on a free lock nothing happens.
+ * @param lock  null is ignored.
+ * Error cell: untouched.  Threads: safe; may run callbacks.  Owns: nothing.
+ */
 ZORCOMN_API void qeSO_SELockRelease(qeSELock *lock);
+
+/** Takes a lock exclusively, or asks to be told when it is free. Never waits. The callback is called in a thread that
+ * releases the lock; the lock is not taken for it.
+ * @param lock      null is refused.
+ * @param callback  see qeSONotify; with null, nothing is registered.
+ * @param first     passed to the callback.
+ * @param second    passed to the callback.
+ * @return 1 when the caller holds the lock now, and nothing is registered; 0 when it does not.
+ * Error cell: untouched. When memory runs out for a registration, the process is aborted.  Threads: safe.  Owns: one
+ * hold; or the registration, which ends when its callback returns 0.
+ */
 ZORCOMN_API int32_t qeSO_SELockExclusiveNotify(qeSELock *lock, qeSONotify callback, uint32_t first, uint32_t second);
+
+/** Withdraws a registration: calls, with 4354, each one that equals the given in callback and both arguments, the
+ * latest first, until one returns 0. That one is withdrawn (its record, some 24 bytes, is not freed).
+ * @param lock      null is refused.
+ * @param callback  as registered.
+ * @param first     as registered.
+ * @param second    as registered.
+ * @return 1 when one was withdrawn; 0 when none matched or all refused.
+ * Error cell: untouched.  Threads: safe; runs callbacks.  Owns: nothing.
+ */
 ZORCOMN_API int32_t qeSO_SELockExclusiveUnnotify(qeSELock *lock, qeSONotify callback, uint32_t first, uint32_t second);
+
+/** The thread-local index of the tokens; all-ones when the process is not attached. For reading only. */
 ZORCOMN_API extern uint32_t qeSO_tls_index;
 
 #ifdef __cplusplus

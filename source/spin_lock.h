@@ -1,0 +1,34 @@
+#pragma once
+
+// The spin lock that guards every shared/exclusive lock's record: one cell, 0 free and 1 held, changed by interlocked
+// exchanges only. What is done under it is short: a few words, the wake-up of waiters, and the callbacks of notify
+// registrations.
+
+#include "zorcomn/lists_locks.h"
+
+#include <cstdint>
+
+namespace zor {
+
+using SpinExchange = int32_t (*)(volatile int32_t *cell, int32_t newValue);
+using SpinPause = void (*)(uint32_t microseconds);
+
+/** Exchanges until the cell was free, pausing between failed attempts as the schedule says. */
+void acquireSpinLock(volatile int32_t *cell, SpinExchange exchange, SpinPause pause);
+
+/** acquireSpinLock with the real exchange and pauses. Not a cancellation point. */
+void takeSpinLock(volatile int32_t *cell);
+
+/** Holds a spin lock for a scope, also when a callback unwinds through it. */
+class SpinGuard {
+public:
+    explicit SpinGuard(volatile int32_t &cell) : m_cell(cell) { takeSpinLock(&m_cell); }
+    ~SpinGuard() { qelInterlockedExchange(&m_cell, 0); }
+    SpinGuard(const SpinGuard &) = delete;
+    SpinGuard &operator=(const SpinGuard &) = delete;
+
+private:
+    volatile int32_t &m_cell;
+};
+
+} // namespace zor
