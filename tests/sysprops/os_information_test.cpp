@@ -1,5 +1,7 @@
 #include "sysprops/os_information.h"
 
+#include "platform/posix.h"
+
 #include "tests/support/descriptors.h"
 #include "tests/support/environment_guard.h"
 #include "tests/support/failing_calls.h"
@@ -7,7 +9,9 @@
 #include "tests/support/temporary_folder.h"
 
 #include <cerrno>
+#include <csignal>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -229,6 +233,24 @@ TEST_F(OSTest, CommandThatCannotBeStarted_IsAWorkstationOfUnknownBitMode) {
     const FailingCall failing("popen", 1, EMFILE);
     EXPECT_EQ(collect("ppc").OSBitMode, L"-1");
     EXPECT_TRUE(failing.wasReached());
+}
+
+int acknowledgements = -1; // where the signal's handler writes to
+
+TEST_F(OSTest, SignalWhileACommandRuns_DoesNotCutItsAnswer) {
+    const std::string pipe = m_folder / "pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const zor::Descriptor end(open(pipe.c_str(), O_RDWR | O_CLOEXEC));
+    acknowledgements = end.get();
+    struct sigaction action = {}, before = {};
+    action.sa_handler = [](int) { static_cast<void>(!write(acknowledgements, "\n", 1)); };
+    action.sa_flags = 0; // no SA_RESTART: what waits for the command's output is interrupted
+    ASSERT_EQ(sigaction(SIGUSR1, &action, &before), 0);
+    // The command goes on only when the signal has been handled, so that its output does not come first.
+    const std::string interrupt = "kill -USR1 " + std::to_string(getpid()) + "; read answer < '" + pipe + "'; ";
+    makeCommand("sw_vers", interrupt + "printf Ser; " + interrupt + "printf ver");
+    EXPECT_EQ(collect().OSPlatform, L"Server");
+    sigaction(SIGUSR1, &before, nullptr);
 }
 
 TEST_F(OSTest, PopenThatKnowsNoCloseOnExec_IsAskedWithout) {
