@@ -107,7 +107,7 @@ TEST(RealConnections, WithoutARoute_OnlyAPlainConnectFails_Kept) {
 TEST(RealConnections, LinkLocalPeer_IsReachedThroughItsScope) {
     ZORCOMN_SKIP_WITHOUT_PRIVATE_NETWORK();
     ZORCOMN_SKIP_WITHOUT_IPV6();
-    EXPECT_TRUE(passesWithHosts("", [] {
+    EXPECT_TRUE(passesWithHosts("fe80::5 without-scope\n", [] {
         addInterface("za", 1);
         ip("addr add fe80::5/64 dev za nodad");
         ip("link set za up");
@@ -122,6 +122,7 @@ TEST(RealConnections, LinkLocalPeer_IsReachedThroughItsScope) {
         EXPECT_EQ(util.formatV6addrWithScope("[fe80::5]", true), "[fe80::5" + scope + ']');
         for (const char *text : {"fe80::5", "[fe80::5]", "[fe80::5%za]"})
             EXPECT_EQ(localAddressTowards(text, peer.service(), 2), "fe80:0:0:0:0:0:0:5") << text;
+        EXPECT_EQ(localAddressTowards("without-scope", peer.service(), 0), "fe80:0:0:0:0:0:0:5");
     }));
 }
 
