@@ -42,7 +42,12 @@ bool endFile(FileRecord &file) {
 
 int32_t destroyFile(HandleObject *object) {
     auto *file = static_cast<FileRecord *>(object->objectData);
-    if (file && !endFile(*file))
+    // Closing and removing are cancellation points; a thread cancelled there would leave the records behind.
+    int cancelState = PTHREAD_CANCEL_ENABLE;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelState);
+    const bool isEnded = !file || endFile(*file);
+    pthread_setcancelstate(cancelState, nullptr);
+    if (!isEnded)
         return 0;
     delete file;
     pthread_cond_destroy(&object->condition);

@@ -1,8 +1,8 @@
 #pragma once
 
 // The record behind every HANDLE. A HANDLE is the address of its record: there is no table of handles, and using a
-// closed one is undefined. The guard protects the signalled flag, the reference count and the sleep on the condition.
-// Two accesses happen without it, a thread's end and the kind's test, so the flag is read and written atomically.
+// closed one is undefined. The guard protects the signalled flag, the reference count and the sleep on the condition. A
+// thread's end stores its signal without the guard, so the flag is read and written atomically.
 
 #include "zorcomn/portability.h"
 

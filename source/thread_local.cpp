@@ -7,7 +7,6 @@
 #include "source/error_cell.h"
 #include "source/thread_local.h"
 
-#include <algorithm>
 #include <atomic>
 #include <iterator>
 #include <memory>
@@ -49,8 +48,10 @@ void setOwner(uint32_t index, pid_t owner) {
 
 void clearTablesOnce() {
     static const bool cleared = [] {
-        std::fill(std::begin(pTlsKeyTable), std::end(pTlsKeyTable), nullptr);
-        std::fill(std::begin(nTlsOwnerTable), std::end(nTlsOwnerTable), 0);
+        for (uint32_t index = 0; index < kTlsIndices; ++index) {
+            __atomic_store_n(&pTlsKeyTable[index], static_cast<pthread_key_t *>(nullptr), __ATOMIC_RELAXED);
+            setOwner(index, 0);
+        }
         return true;
     }();
     static_cast<void>(cleared);

@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <thread>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -271,6 +272,25 @@ TEST_F(HandleFailure, CloseFile_LeavesNothingAllocated) {
     }
     EXPECT_EQ(live, 0u);
     EXPECT_EQ(readFile(path), "content");
+}
+
+TEST_F(HandleFailure, CloseFile_ByACancelledThread_IsDoneToTheEnd) {
+    const TemporaryFolder folder;
+    const std::string path = folder.write("file", "content");
+    int32_t result = 77;
+    size_t live = 77;
+    std::thread([&] {
+        AllocationScope allocations;
+        const HANDLE file = openFile(path, path, 1);
+        pthread_cancel(pthread_self());
+        result = qelCloseHandle(file);
+        live = allocations.live();
+        pthread_testcancel();
+        ADD_FAILURE() << "the cancellation was lost";
+    }).join();
+    EXPECT_EQ(result, 1);
+    EXPECT_EQ(live, 0u);
+    EXPECT_FALSE(std::filesystem::exists(path));
 }
 
 // A name that fills the field may be cut; another file may well bear the cut name.

@@ -312,19 +312,21 @@ TEST(Wait, TimeOut_LastsAsLongAsAsked) {
 
 // The flag is not tested again: whatever wakes the sleeper counts.
 TEST(Wait, WakeUpWithoutSignal_CountsAsSignalled_Kept) {
-    const Handle event(newEvent());
-    zor::HandleObject &record = zor::recordOf(event);
-    std::atomic<uint32_t> result{77};
-    std::thread waiter([&] { result = qelWaitForSingleObject(event, kInfinite); });
-    EXPECT_TRUE(eventually([&] {
-        pthread_mutex_lock(&record.guard);
-        pthread_cond_broadcast(&record.condition);
-        pthread_mutex_unlock(&record.guard);
-        return result != 77;
-    }));
-    waiter.join();
-    EXPECT_EQ(result, 2u);
-    EXPECT_EQ(record.signalled, 0);
+    for (const uint32_t milliseconds : {kInfinite, 600000u}) {
+        const Handle event(newEvent());
+        zor::HandleObject &record = zor::recordOf(event);
+        std::atomic<uint32_t> result{77};
+        std::thread waiter([&] { result = qelWaitForSingleObject(event, milliseconds); });
+        EXPECT_TRUE(eventually([&] {
+            pthread_mutex_lock(&record.guard);
+            pthread_cond_broadcast(&record.condition);
+            pthread_mutex_unlock(&record.guard);
+            return result != 77;
+        }));
+        waiter.join();
+        EXPECT_EQ(result, 2u);
+        EXPECT_EQ(record.signalled, 0);
+    }
 }
 
 class CancelledWait : public ::testing::TestWithParam<uint32_t> {};
