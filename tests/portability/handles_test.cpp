@@ -4,6 +4,7 @@
 
 #include "source/handles.h"
 #include "source/wait.h"
+#include "tests/support/child.h"
 #include "tests/support/eventually.h"
 #include "tests/support/failing_calls.h"
 
@@ -329,11 +330,38 @@ TEST(Wait, WakeUpWithoutSignal_CountsAsSignalled_Kept) {
     }
 }
 
-class CancelledWait : public ::testing::TestWithParam<uint32_t> {};
+class CancelledWait : public ::testing::TestWithParam<uint32_t> {
+protected:
+    /** Runs waiter, which ends in the wait, and then uses what it waited for. */
+    template <class Waiter> void expectNothingLocked(Waiter runWaiter) {
+        for (const HANDLE handle : {newEvent(), newMutex(1)}) {
+            runWaiter(handle);
+            zor::HandleObject &record = zor::recordOf(handle);
+            EXPECT_EQ(pthread_mutex_trylock(&record.guard), 0);
+            pthread_mutex_unlock(&record.guard);
+            EXPECT_EQ(qelSetEvent(handle), 1);
+            if (record.type == 3) {
+                EXPECT_EQ(qelReleaseMutex(handle), 1);
+            }
+            EXPECT_EQ(qelWaitForSingleObject(handle, 1000), 2u);
+            EXPECT_EQ(qelCloseHandle(handle), 1);
+        }
+    }
+};
 
-TEST_P(CancelledWait, LeavesNothingLocked) {
-    for (const HANDLE handle : {newEvent(), newMutex(1)}) {
-        zor::HandleObject &record = zor::recordOf(handle);
+TEST_P(CancelledWait, BeforeItSleeps_LeavesNothingLocked) {
+    expectNothingLocked([](HANDLE handle) {
+        std::thread([handle] {
+            pthread_cancel(pthread_self());
+            qelWaitForSingleObject(handle, GetParam());
+            ADD_FAILURE() << "the wait is no cancellation point";
+        }).join();
+    });
+}
+
+TEST_P(CancelledWait, Asleep_LeavesNothingLocked) {
+    ZORCOMN_SKIP_WITHOUT_CANCELLATION();
+    expectNothingLocked([](HANDLE handle) {
         std::atomic<bool> started{false};
         std::thread waiter([&] {
             started = true;
@@ -342,15 +370,7 @@ TEST_P(CancelledWait, LeavesNothingLocked) {
         EXPECT_TRUE(eventually([&] { return started.load(); }));
         pthread_cancel(waiter.native_handle());
         waiter.join();
-        EXPECT_EQ(pthread_mutex_trylock(&record.guard), 0);
-        pthread_mutex_unlock(&record.guard);
-        EXPECT_EQ(qelSetEvent(handle), 1);
-        if (record.type == 3) {
-            EXPECT_EQ(qelReleaseMutex(handle), 1);
-        }
-        EXPECT_EQ(qelWaitForSingleObject(handle, 1000), 2u);
-        EXPECT_EQ(qelCloseHandle(handle), 1);
-    }
+    });
 }
 
 INSTANTIATE_TEST_SUITE_P(TimeOuts, CancelledWait, ::testing::Values(kInfinite, 600000u));

@@ -111,6 +111,12 @@ uint32_t exitThread(void *) {
     pthread_exit(nullptr);
 }
 
+uint32_t cancelSelf(void *) {
+    pthread_cancel(pthread_self());
+    pthread_testcancel();
+    return 0;
+}
+
 TEST(Thread, EndedByExit_IsSignalled) {
     const HANDLE thread = begin(exitThread);
     EXPECT_EQ(qelWaitForSingleObject(thread, kInfinite), 2u);
@@ -118,6 +124,13 @@ TEST(Thread, EndedByExit_IsSignalled) {
 }
 
 TEST(Thread, EndedByCancellation_IsSignalled) {
+    const HANDLE thread = begin(cancelSelf);
+    EXPECT_EQ(qelWaitForSingleObject(thread, kInfinite), 2u);
+    EXPECT_EQ(qelCloseHandle(thread), 1);
+}
+
+TEST(Thread, CancelledAsleep_IsSignalled) {
+    ZORCOMN_SKIP_WITHOUT_CANCELLATION();
     Gate gate; // which stays shut
     const HANDLE thread = begin(waitAtGate, &gate);
     EXPECT_EQ(pthread_cancel(*static_cast<pthread_t *>(zor::recordOf(thread).objectData)), 0);
@@ -192,7 +205,7 @@ TEST(Thread, ClosedBetweenSignalAndBroadcast_TouchesNoFreedMemory) {
 TEST(Thread, ClosedAfterItsEnd_LeavesNothingAllocated) {
     EXPECT_TRUE(childPasses([] {
         AllocationScope allocations;
-        for (const qelThreadStart start : {returnNothing, exitThread}) {
+        for (const qelThreadStart start : {returnNothing, exitThread, cancelSelf}) {
             const HANDLE thread = begin(start);
             EXPECT_EQ(qelWaitForSingleObject(thread, kInfinite), 2u);
             EXPECT_EQ(qelCloseHandle(thread), 1);

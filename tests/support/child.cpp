@@ -1,5 +1,6 @@
 #include "tests/support/child.h"
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -8,6 +9,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <pthread.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/wait.h>
@@ -106,6 +108,37 @@ bool enterPrivateNames(const std::string &hostName, const std::string &nisDomain
 bool mayUseNamespaces() {
     static const bool may = [] {
         const ChildResult result = runInChild([] { return enterPrivateMounts() && enterPrivateNetwork() ? 0 : 1; });
+        return result.exited && result.code == 0;
+    }();
+    return may;
+}
+
+namespace {
+
+// Interrupted wherever it is, as one that sleeps: unwinding begins in the handler of the system's own signal.
+void *spinUntilCancelled(void *started) {
+    int before = 0;
+    pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, &before);
+    for (;;)
+        static_cast<std::atomic<bool> *>(started)->store(true);
+}
+
+int cancelSpinningThread() {
+    std::atomic<bool> started{false};
+    pthread_t thread;
+    if (pthread_create(&thread, nullptr, spinUntilCancelled, &started) != 0)
+        return 1;
+    while (!started)
+        sched_yield();
+    pthread_cancel(thread);
+    return pthread_join(thread, nullptr);
+}
+
+} // namespace
+
+bool mayCancelSleepingThreads() {
+    static const bool may = [] {
+        const ChildResult result = runInChild(cancelSpinningThread);
         return result.exited && result.code == 0;
     }();
     return may;

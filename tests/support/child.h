@@ -33,8 +33,15 @@ bool enterPrivateNames(const std::string &hostName, const std::string &nisDomain
 /** Whether this process may make namespaces and mounts; a test that needs them skips with this reason otherwise. */
 bool mayUseNamespaces();
 
+/** Whether a thread that sleeps in a system call can be cancelled and unwound. Not under every emulator: cancelling it
+ * there ends the process. A thread that cancels itself before it sleeps works everywhere. */
+bool mayCancelSleepingThreads();
+
 } // namespace zor::test
 
 #define ZORCOMN_SKIP_WITHOUT_NAMESPACES()                                                                              \
     if (!zor::test::mayUseNamespaces())                                                                                \
     GTEST_SKIP() << "needs root with mount and network namespaces"
+#define ZORCOMN_SKIP_WITHOUT_CANCELLATION()                                                                            \
+    if (!zor::test::mayCancelSleepingThreads())                                                                        \
+    GTEST_SKIP() << "needs to cancel a sleeping thread, which ends the process here"
