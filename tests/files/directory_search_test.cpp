@@ -1,7 +1,6 @@
 #include "zorcomn/portability.h"
 
 #include "platform/posix.h"
-#include "tests/files/support.h"
 #include "tests/support/child.h"
 #include "tests/support/descriptors.h"
 #include "tests/support/temporary_folder.h"
