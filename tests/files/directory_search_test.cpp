@@ -133,7 +133,7 @@ TEST(FindDirEnt, PathWithoutSlash_SearchesHereAndFindsNoFacts_Kept) {
 }
 
 TEST(FindDirEnt, RootAndRepeatedSlashes_AreSearched) {
-    EXPECT_EQ(findOne("/tmp").attributes, 16u);
+    EXPECT_EQ(findOne("/..").attributes, 16u);
     const TemporaryFolder folder;
     folder.write("a", "1");
     EXPECT_EQ(findOne(folder / "//a").size, 1u);
