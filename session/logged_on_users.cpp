@@ -12,6 +12,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include <utmpx.h>
 
@@ -58,8 +59,10 @@ void sortUser(const std::string &user, std::set<std::wstring> &networkUsers, std
               bool networkOnly) {
     std::string domains;
     if (findDomains(user, domains)) {
-        for (const std::string &domain : zor::splitOrWhole(domains, '|'))
-            addUser(domain + '\\' + user, "Network User logged on", networkUsers);
+        for (std::string &name : zor::splitOrWhole(domains, '|')) {
+            name.append(1, '\\').append(user);
+            addUser(std::move(name), "Network User logged on", networkUsers);
+        }
     } else if (!networkOnly) {
         addUser(user, "Local User Logged on", localUsers);
     }

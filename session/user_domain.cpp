@@ -62,7 +62,8 @@ bool isAsciiAlphanumeric(char c) {
 
 /** The first text of a command's output, one byte less than the answer's size at most. */
 std::string outputOf(const std::string &command) {
-    return zor::commandOutput(command.c_str(), kAnswerSize - 1).value_or("").c_str();
+    const std::string output = zor::commandOutput(command.c_str(), kAnswerSize - 1).value_or("");
+    return output.substr(0, output.find('\0'));
 }
 
 /** The directory's answer; empty where there is no directory tool to ask, so that no shell is started to say so. */

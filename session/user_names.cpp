@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cctype>
 #include <iterator>
+#include <utility>
 
 namespace {
 
@@ -39,12 +40,13 @@ FILE *myfd() {
 
 void parseFullUserName(const std::wstring &fullName, std::wstring &domain, std::wstring &user) {
     zor::guarded(false, [&] {
-        const std::wstring name = fullName; // which may be one of the results
-        const size_t backslash = name.find(L'\\');
+        const size_t backslash = fullName.find(L'\\');
         // Kept: only the backslash form has a domain; a name with '@' is a user name as it stands.
         const bool hasDomain = backslash != std::wstring::npos;
-        domain = hasDomain ? name.substr(0, backslash) : std::wstring();
-        user = hasDomain ? name.substr(backslash + 1) : name;
+        std::wstring beforeIt = fullName.substr(0, hasDomain ? backslash : 0);
+        std::wstring afterIt = fullName.substr(hasDomain ? backslash + 1 : 0);
+        domain = std::move(beforeIt); // only now: the full name may be one of the two
+        user = std::move(afterIt);
         return true;
     });
 }

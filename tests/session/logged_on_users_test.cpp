@@ -3,10 +3,10 @@
 #include "zorcomn/session.h"
 
 #include "tests/support/child.h"
+#include "tests/support/descriptors.h"
 #include "tests/support/private_machine.h"
 #include "tests/support/temporary_folder.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <utmpx.h>
@@ -95,13 +95,6 @@ std::string directoryCalls(const std::string &user, int count = 2) {
     for (int i = 0; i < count; ++i)
         calls += "/Search read /Users/" + user + "\n";
     return calls;
-}
-
-int openDescriptors() {
-    int count = 0;
-    for (int descriptor = 0; descriptor < 256; ++descriptor)
-        count += fcntl(descriptor, F_GETFD) >= 0 ? 1 : 0;
-    return count;
 }
 
 } // namespace
@@ -248,11 +241,11 @@ TEST_F(LoggedOnUsers, Collections_LeaveNoDescriptorButTheDatabase_Kept) {
     EXPECT_TRUE(childPasses([] {
         ASSERT_TRUE(make({{userRecord("1", "alice"), userRecord("2", "user1")}, {}}));
         std::set<std::wstring> networkUsers, localUsers;
-        const int before = openDescriptors();
+        const size_t before = zor::test::openDescriptors();
         session::CollectLoggedonUsers(networkUsers, localUsers, false);
-        EXPECT_EQ(openDescriptors(), before + 1);
+        EXPECT_EQ(zor::test::openDescriptors(), before + 1);
         session::CollectLoggedonUsers(networkUsers, localUsers, false);
-        EXPECT_EQ(openDescriptors(), before + 1);
+        EXPECT_EQ(zor::test::openDescriptors(), before + 1);
     }));
 }
 
@@ -460,10 +453,10 @@ TEST_F(Directory, CommandThatCannotBeStarted_IsAFailedLookUp) {
 TEST_F(Directory, Command_InheritsNoDescriptorOfAnotherOne) {
     EXPECT_TRUE(childPasses([] {
         ASSERT_TRUE(make({{}, {{"carol", "userPrincipalName: carol@DOM1\n"}}}));
-        const int before = openDescriptors();
+        const size_t before = zor::test::openDescriptors();
         std::string domain;
         for (int i = 0; i < 3; ++i)
             EXPECT_TRUE(session::FindDomainNameViaDscl("carol", kPrincipal, domain));
-        EXPECT_EQ(openDescriptors(), before);
+        EXPECT_EQ(zor::test::openDescriptors(), before);
     }));
 }

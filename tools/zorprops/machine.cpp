@@ -36,7 +36,8 @@ std::optional<std::string> fileSystemFigure(sysprops::ISysProps &machine, const 
     sysprops::DiskInformation disks;
     machine.GetDiskInformation(disks);
     for (const auto &[mountPoint, space] : disks.FileSystems) {
-        const std::wstring prefix = sysprops::FileSystemName + L'"' + mountPoint + L"\" ";
+        std::wstring prefix = sysprops::FileSystemName;
+        prefix.append(L"\"").append(mountPoint).append(L"\" ");
         if (name == prefix + sysprops::FileSystemTotalSpace)
             return narrow(space.first);
         if (name == prefix + sysprops::FileSystemFreeSpace)
@@ -71,6 +72,7 @@ Interface describe(const velmora_com::vta::NetInterface &record) {
 
 std::vector<std::string> narrowed(const std::set<std::wstring> &names) {
     std::vector<std::string> texts;
+    texts.reserve(names.size());
     for (const std::wstring &name : names)
         texts.push_back(narrow(name));
     return texts;
@@ -98,6 +100,7 @@ Report collectReport() {
 std::vector<std::optional<std::string>> collectProperties(const std::vector<std::string> &names) {
     sysprops::ISysProps machine;
     std::vector<std::optional<std::string>> values;
+    values.reserve(names.size());
     for (const std::string &name : names)
         values.push_back(collectProperty(machine, name));
     return values;
