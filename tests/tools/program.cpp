@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <sstream>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -29,6 +30,15 @@ struct Pipe {
     int ends[2];
 };
 
+/** What runs programs of the target's kind here; nothing where the machine itself does. */
+std::vector<std::string> launcher() {
+    std::vector<std::string> words;
+    std::istringstream text(ZORPROPS_LAUNCHER);
+    for (std::string word; std::getline(text, word, '|');)
+        words.push_back(word);
+    return words;
+}
+
 [[noreturn]] void becomeProgram(const std::vector<std::string> &arguments, Standard output, const Pipe &out,
                                 const Pipe &err, const std::map<std::string, std::string> &environment) {
     if (output == Standard::FullDisk)
@@ -40,12 +50,15 @@ struct Pipe {
     dup2(err.ends[1], STDERR_FILENO);
     for (const auto &[name, value] : environment)
         setenv(name.c_str(), value.c_str(), 1);
-    std::vector<char *> argv{const_cast<char *>("zorprops")};
-    for (const std::string &argument : arguments)
-        argv.push_back(const_cast<char *>(argument.c_str()));
+    std::vector<std::string> words = launcher();
+    words.emplace_back(ZORPROPS_PROGRAM);
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char *> argv;
+    for (std::string &word : words)
+        argv.push_back(word.data());
     argv.push_back(nullptr);
-    execv(ZORPROPS_PROGRAM, argv.data());
-    std::perror(ZORPROPS_PROGRAM);
+    execvp(argv[0], argv.data());
+    std::perror(argv[0]);
     _exit(127);
 }
 
