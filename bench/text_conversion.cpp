@@ -21,7 +21,13 @@ std::string repeat(const std::string &piece, size_t bytes) {
 }
 
 const std::string kAscii = "The quick brown fox jumps over the lazy dog. ";
-const std::string kMixed = "Z\xC3\xBCrich \xE2\x82\xAC 5, \xE6\x9D\xB1\xE4\xBA\xAC \xF0\x9F\x98\x80 ok; ";
+// What the agent reports: names in the languages of the machine's users, among plain text.
+const std::string kMixed = "ComputerName=z\xC3\xBCrich-7; UserName=J\xC3\xB6rg Meier, \xE6\x9D\xB1\xE4\xBA\xAC; "
+                           "IPAddress=192.168.1.20; SubnetMask=255.255.255.0; OSType=Mac OS X; OSVersion=10.4.11; "
+                           "FileSystem=/Volumes/\xF0\x9F\x98\x80 Gr\xC3\xBC\xC3\x9F"
+                           "e; TotalDiskSpace=76293.95; TimeZone=CET; ";
+// One character of each length in turn.
+const std::string kDense = "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80";
 
 /** A text of so many bytes, both ways, and room for either result. */
 struct Subject {
@@ -59,7 +65,7 @@ void toUtf8ByLibrary(benchmark::State &state, const std::string &piece) {
 void toUtf8BySystem(benchmark::State &state, const std::string &piece) {
     Subject subject(piece, static_cast<size_t>(state.range(0)));
     for (auto round : state) {
-        convertBySystem("UTF8", kWideEncoding, subject.wide.c_str(), sizeof(wchar_t) * (subject.wide.size() + 1),
+        convertBySystem("UTF8", "WCHAR_T", subject.wide.c_str(), sizeof(wchar_t) * (subject.wide.size() + 1),
                         subject.narrowRoom.data(), subject.narrowRoom.size());
         benchmark::ClobberMemory();
     }
@@ -93,9 +99,13 @@ BENCHMARK_CAPTURE(toUtf8ByLibrary, ascii, kAscii)->Arg(16)->Arg(1024);
 BENCHMARK_CAPTURE(toUtf8BySystem, ascii, kAscii)->Arg(16)->Arg(1024);
 BENCHMARK_CAPTURE(toUtf8ByLibrary, mixed, kMixed)->Arg(16)->Arg(1024);
 BENCHMARK_CAPTURE(toUtf8BySystem, mixed, kMixed)->Arg(16)->Arg(1024);
+BENCHMARK_CAPTURE(toUtf8ByLibrary, dense, kDense)->Arg(1024);
+BENCHMARK_CAPTURE(toUtf8BySystem, dense, kDense)->Arg(1024);
 BENCHMARK_CAPTURE(toWideByLibrary, ascii, kAscii)->Arg(16)->Arg(1024);
 BENCHMARK_CAPTURE(toWideBySystem, ascii, kAscii)->Arg(16)->Arg(1024);
 BENCHMARK_CAPTURE(toWideByLibrary, mixed, kMixed)->Arg(16)->Arg(1024);
 BENCHMARK_CAPTURE(toWideBySystem, mixed, kMixed)->Arg(16)->Arg(1024);
+BENCHMARK_CAPTURE(toWideByLibrary, dense, kDense)->Arg(1024);
+BENCHMARK_CAPTURE(toWideBySystem, dense, kDense)->Arg(1024);
 
 } // namespace

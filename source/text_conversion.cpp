@@ -16,162 +16,197 @@
 #include <cstdint>
 #include <cstring>
 #include <cwchar>
-#include <functional>
 #include <memory>
 #include <new>
 #include <optional>
+#include <type_traits>
 
 namespace {
 
 static_assert(sizeof(wchar_t) == 4, "wide text is UTF-32");
 
-constexpr uint32_t kLastAscii = 0x7F;
+constexpr unsigned char kLastAscii = 0x7F;
 constexpr uint32_t kFirstSurrogate = 0xD800;
 constexpr uint32_t kLastSurrogate = 0xDFFF;
 constexpr uint32_t kLastCharacter = 0x10FFFF;
 constexpr size_t kUtf8BytesPerCharacter = 6; // Kept: more than needed, but callers size their buffers by it.
 
-constexpr size_t kBlock = 8; // units of ASCII that are copied at a time
+constexpr ptrdiff_t kBlock = 16; // characters of ASCII that are copied at a time
 
-/** How much of a conversion is done, in units of either text. */
-struct Progress {
-    size_t read;
-    size_t written;
+/** Where a conversion has come to in either text. */
+template <class In, class Out> struct Place {
+    const In *in;
+    Out *out;
 };
 
 bool isSurrogate(uint32_t value) {
     return value >= kFirstSurrogate && value <= kLastSurrogate;
 }
 
-template <class Unit> bool isAscii(Unit unit) {
-    return static_cast<uint32_t>(unit) <= kLastAscii;
+/** Whether a unit of a text is an ASCII character; the terminator is none. */
+bool isAscii(unsigned char unit) {
+    return unit != 0 && unit <= kLastAscii;
+}
+bool isAscii(wchar_t unit) {
+    return unit > 0 && unit <= wchar_t{kLastAscii};
 }
 
-/** Whether the next kBlock units are ASCII, all of them. */
-template <class Unit> bool isAsciiBlock(const Unit *text) {
-    constexpr uint64_t kOtherBits = sizeof(Unit) == 1 ? 0x8080808080808080u : 0xFFFFFF80FFFFFF80u;
-    uint64_t words[kBlock * sizeof(Unit) / sizeof(uint64_t)];
-    std::memcpy(words, text, sizeof words);
-    uint64_t bits = 0;
-    for (const uint64_t word : words)
-        bits |= word;
-    return (bits & kOtherBits) == 0;
+/** Copies a block of ASCII, the same numbers in both encodings; false, and nothing, when something else is in it. */
+template <class In, class Out> bool copyAsciiBlock(const In *__restrict in, Out *__restrict out) {
+    std::make_unsigned_t<In> bits = 0;
+    for (ptrdiff_t i = 0; i < kBlock; ++i)
+        bits |= static_cast<std::make_unsigned_t<In>>(in[i]);
+    if (bits > kLastAscii)
+        return false;
+    for (ptrdiff_t i = 0; i < kBlock; ++i)
+        out[i] = static_cast<Out>(in[i]);
+    return true;
 }
 
-/** Copies ASCII, the same numbers in both encodings, up to the first other unit: blocks first, then one by one.
- * @return how many units.
- */
-template <class In, class Out> size_t copyAscii(const In *source, size_t length, Out *destination) {
-    size_t done = 0;
-    for (; length - done >= kBlock && isAsciiBlock(source + done); done += kBlock) {
-        In block[kBlock];
-        std::memcpy(block, source + done, sizeof block);
-        for (size_t i = 0; i < kBlock; ++i)
-            destination[done + i] = static_cast<Out>(block[i]);
-    }
-    for (; done < length && isAscii(source[done]); ++done)
-        destination[done] = static_cast<Out>(source[done]);
-    return done;
+// The next three are inlined without fail: their callers keep both places in registers.
+
+/** Copies ASCII as long as it comes in whole blocks. */
+template <class In, class Out>
+[[gnu::always_inline]] inline void copyAsciiBlocks(const In *&in, const In *end, Out *&out) {
+    for (; end - in >= kBlock && copyAsciiBlock(in, out); in += kBlock)
+        out += kBlock;
 }
 
-/** Writes a character of more than seven bits; surrogates and values beyond Unicode are the caller's to refuse.
- * @return its length in bytes.
- */
-size_t encodeMultibyte(uint32_t value, char *out) {
-    const auto continuation = [value](int shift) { return static_cast<char>(0x80 | ((value >> shift) & 0x3F)); };
-    if (value < 0x800) {
-        out[0] = static_cast<char>(0xC0 | (value >> 6));
-        out[1] = continuation(0);
-        return 2;
+/** Copies up to four ASCII characters; false when another unit or the terminator comes before the fourth. */
+template <class In, class Out> [[gnu::always_inline]] inline bool copyFourAscii(const In *&in, Out *&out) {
+    if (!isAscii(in[0]))
+        return false;
+    out[0] = static_cast<Out>(in[0]);
+    if (!isAscii(in[1])) {
+        in += 1;
+        out += 1;
+        return false;
     }
-    if (value < 0x10000) {
-        out[0] = static_cast<char>(0xE0 | (value >> 12));
-        out[1] = continuation(6);
-        out[2] = continuation(0);
-        return 3;
+    out[1] = static_cast<Out>(in[1]);
+    if (!isAscii(in[2])) {
+        in += 2;
+        out += 2;
+        return false;
     }
-    out[0] = static_cast<char>(0xF0 | (value >> 18));
-    out[1] = continuation(12);
-    out[2] = continuation(6);
-    out[3] = continuation(0);
-    return 4;
+    out[2] = static_cast<Out>(in[2]);
+    if (!isAscii(in[3])) {
+        in += 3;
+        out += 3;
+        return false;
+    }
+    out[3] = static_cast<Out>(in[3]);
+    in += 4;
+    out += 4;
+    return true;
+}
+
+/** Copies ASCII up to the first other unit or the terminator. Short runs, as between other characters, do without
+ * blocks; four steps written out cost them half of what a loop does. */
+template <class In, class Out> [[gnu::always_inline]] inline void copyAscii(const In *&in, const In *end, Out *&out) {
+    if (!copyFourAscii(in, out))
+        return;
+    copyAsciiBlocks(in, end, out);
+    while (copyFourAscii(in, out)) {
+    }
+}
+
+/** The continuation byte for the lowest six bits. */
+char continuation(uint32_t bits) {
+    return static_cast<char>(0x80 | (bits & 0x3F));
 }
 
 /** Converts up to the first doubtful character; the whole text when there is none. */
-Progress encodeWellFormed(const wchar_t *source, size_t length, char *destination) {
-    size_t read = 0, written = 0;
-    while (read < length) {
-        const uint32_t value = static_cast<uint32_t>(source[read]);
-        if (isAscii(value)) {
-            const size_t copied = copyAscii(source + read, length - read, destination + written);
-            read += copied;
-            written += copied;
-        } else if (value <= kLastCharacter && !isSurrogate(value)) {
-            written += encodeMultibyte(value, destination + written);
-            ++read;
+Place<wchar_t, char> encodeWellFormed(const wchar_t *source, size_t length, char *destination) {
+    const wchar_t *in = source, *const end = source + length;
+    char *out = destination;
+    copyAsciiBlocks(in, end, out);
+    for (;; ++in) {
+        copyAscii(in, end, out);
+        const uint32_t value = static_cast<uint32_t>(*in);
+        if (value == 0)
+            break;
+        if (value < 0x800) {
+            out[0] = static_cast<char>(0xC0 | value >> 6);
+            out[1] = continuation(value);
+            out += 2;
+        } else if (value < 0x10000) {
+            if (isSurrogate(value))
+                break;
+            out[0] = static_cast<char>(0xE0 | value >> 12);
+            out[1] = continuation(value >> 6);
+            out[2] = continuation(value);
+            out += 3;
         } else {
-            break;
+            if (value > kLastCharacter)
+                break;
+            out[0] = static_cast<char>(0xF0 | value >> 18);
+            out[1] = continuation(value >> 12);
+            out[2] = continuation(value >> 6);
+            out[3] = continuation(value);
+            out += 4;
         }
     }
-    return {read, written};
+    return {in, out};
 }
 
-bool isContinuation(unsigned char byte) {
-    return (byte & 0xC0) == 0x80;
+/** The six bits of a continuation byte; of another byte a number above them. */
+uint32_t continuationBits(unsigned char byte) {
+    return byte ^ 0x80u;
 }
+constexpr uint32_t kMaxContinuationBits = 0x3F;
 
-/** Reads a character of two to four bytes, looking at a byte only when all before it fit; the terminator never fits.
- * @return its length, 0 when it is not well formed.
- */
-size_t decodeMultibyte(const unsigned char *in, uint32_t &value) {
-    const uint32_t lead = in[0];
-    if (lead < 0xC2 || lead > 0xF4 || !isContinuation(in[1]))
-        return 0;
-    value = in[1] & 0x3Fu;
-    if (lead < 0xE0) {
-        value |= (lead & 0x1F) << 6;
-        return 2;
-    }
-    if (!isContinuation(in[2]))
-        return 0;
-    value = value << 6 | (in[2] & 0x3Fu);
-    if (lead < 0xF0) {
-        value |= (lead & 0x0F) << 12;
-        return value >= 0x800 && !isSurrogate(value) ? 3 : 0;
-    }
-    if (!isContinuation(in[3]))
-        return 0;
-    value = value << 6 | (in[3] & 0x3Fu) | (lead & 0x07) << 18;
-    return value >= 0x10000 && value <= kLastCharacter ? 4 : 0;
-}
-
-/** Converts up to the first doubtful character; the whole text, which must be terminated, when there is none. */
-Progress decodeWellFormed(const char *source, size_t length, wchar_t *destination) {
-    const auto *const bytes = reinterpret_cast<const unsigned char *>(source);
-    size_t read = 0, written = 0;
-    while (read < length) {
-        if (isAscii(bytes[read])) {
-            const size_t copied = copyAscii(bytes + read, length - read, destination + written);
-            read += copied;
-            written += copied;
-            continue;
+/** Converts up to the first doubtful character; the whole text when there is none. A byte is looked at only when all
+ * before it fit, and the terminator never fits. */
+Place<unsigned char, wchar_t> decodeWellFormed(const unsigned char *source, size_t length, wchar_t *destination) {
+    const unsigned char *in = source, *const end = source + length;
+    wchar_t *out = destination;
+    copyAsciiBlocks(in, end, out);
+    for (;;) {
+        copyAscii(in, end, out);
+        unsigned char lead;
+        while ((lead = *in) > kLastAscii) {
+            const uint32_t second = continuationBits(in[1]);
+            if (second > kMaxContinuationBits)
+                break;
+            if (lead < 0xE0) {
+                if (lead < 0xC2)
+                    break;
+                *out++ = static_cast<wchar_t>((lead & 0x1Fu) << 6 | second);
+                in += 2;
+                continue;
+            }
+            const uint32_t third = continuationBits(in[2]);
+            if (third > kMaxContinuationBits)
+                break;
+            if (lead < 0xF0) {
+                const uint32_t value = (lead & 0x0Fu) << 12 | second << 6 | third;
+                if (value < 0x800 || isSurrogate(value))
+                    break;
+                *out++ = static_cast<wchar_t>(value);
+                in += 3;
+                continue;
+            }
+            const uint32_t fourth = continuationBits(in[3]);
+            if (fourth > kMaxContinuationBits)
+                break;
+            const uint32_t value = (lead - 0xF0u) << 18 | second << 12 | third << 6 | fourth;
+            if (value < 0x10000 || value > kLastCharacter)
+                break;
+            *out++ = static_cast<wchar_t>(value);
+            in += 4;
         }
-        uint32_t value = 0;
-        const size_t units = decodeMultibyte(bytes + read, value);
-        if (units == 0)
-            break;
-        destination[written++] = static_cast<wchar_t>(value);
-        read += units;
+        if (!isAscii(lead))
+            return {in, out};
     }
-    return {read, written};
 }
 
-/** Hands the rest of a text, from its first doubtful character on, to the system's converter.
+/** Hands the rest of a text, from its first doubtful character on, to the system's converter. Not inlined: the usual
+ * way of its callers would pay for its frame.
  * @return units written; nothing when there is no converter.
  */
 template <class In, class Out>
-std::optional<size_t> convertRest(const char *to, const char *from, const In *rest, size_t length, Out *destination,
-                                  size_t room) {
+[[gnu::noinline]] std::optional<size_t> convertRest(const char *to, const char *from, const In *rest, size_t length,
+                                                    Out *destination, size_t room) {
     const zor::Converter converter(iconv_open(to, from));
     if (!converter)
         return std::nullopt;
@@ -183,41 +218,41 @@ std::optional<size_t> convertRest(const char *to, const char *from, const In *re
     return room - outBytes / sizeof(Out);
 }
 
-/** Converts a text of the given length; destination holds kUtf8BytesPerCharacter times that and a terminator. */
+/** Converts a terminated text of the given length; destination holds kUtf8BytesPerCharacter times that and one more. */
 void encode(const wchar_t *source, size_t length, char *destination) {
-    const auto [read, written] = encodeWellFormed(source, length, destination);
-    char *end = destination + written;
-    if (read < length) {
-        const auto more = convertRest("UTF8", zor::host::wideEncodingName(), source + read, length - read, end,
-                                      (length - read) * kUtf8BytesPerCharacter);
-        end = more ? end + *more : destination; // without a converter an invalid text yields nothing
+    auto [in, out] = encodeWellFormed(source, length, destination);
+    if (const size_t left = static_cast<size_t>(source + length - in); left > 0) {
+        const auto written =
+            convertRest("UTF8", zor::host::wideEncodingName(), in, left, out, left * kUtf8BytesPerCharacter);
+        out = written ? out + *written : destination; // without a converter an invalid text yields nothing
     }
-    *end = '\0';
+    *out = '\0';
 }
 
-/** Converts a terminated text of the given length; destination holds as many characters and a terminator. */
+/** Converts a terminated text of the given length; destination holds as many characters and one more. */
 void decode(const char *source, size_t length, wchar_t *destination) {
-    const auto [read, written] = decodeWellFormed(source, length, destination);
-    wchar_t *end = destination + written;
-    if (read < length) {
+    const auto *const bytes = reinterpret_cast<const unsigned char *>(source);
+    auto [in, out] = decodeWellFormed(bytes, length, destination);
+    if (const size_t left = static_cast<size_t>(bytes + length - in); left > 0) {
         const char *const wideEncoding = velmora_com::vta::isBigEndian() ? "UCS-4BE" : "UCS-4LE";
-        const auto more = convertRest(wideEncoding, "UTF8", source + read, length - read, end, length - read);
-        end = more ? end + *more : destination;
+        const auto written = convertRest(wideEncoding, "UTF8", in, left, out, left);
+        out = written ? out + *written : destination;
     }
-    *end = L'\0';
+    *out = L'\0';
 }
 
-/** Runs a conversion. Kept: source and destination may share bytes, so that callers can convert within one buffer.
- * @return 0, or the failure result when there is no memory for the copy.
+/** Whether two ranges share bytes. */
+bool overlap(const void *first, size_t firstBytes, const void *second, size_t secondBytes) {
+    const auto a = reinterpret_cast<uintptr_t>(first), b = reinterpret_cast<uintptr_t>(second);
+    return a < b ? b - a < firstBytes : a - b < secondBytes;
+}
+
+/** Converts from a copy of the text. Kept: source and destination may share bytes; callers convert within one buffer.
+ * @return 0, or the failure result when there is no memory.
  */
 template <class In, class Out>
-uint32_t convertBetween(void (*convert)(const In *, size_t, Out *), const In *source, size_t length, Out *destination,
-                        size_t capacity) {
-    const std::less<const void *> before;
-    if (!before(source, destination + capacity) || !before(destination, source + length + 1)) {
-        convert(source, length, destination);
-        return 0;
-    }
+[[gnu::noinline]] uint32_t convertFromCopy(void (*convert)(const In *, size_t, Out *), const In *source, size_t length,
+                                           Out *destination) {
     const std::unique_ptr<In[]> copy(new (std::nothrow) In[length + 1]);
     if (!copy)
         return zor::kFailure;
@@ -235,7 +270,10 @@ uint32_t qelcomn_unicode_to_utf8(const wchar_t *source, char *destination, const
     const auto size = static_cast<size_t>(*capacity);
     if (length > (size - 1) / kUtf8BytesPerCharacter)
         return zor::kFailure;
-    return convertBetween(encode, source, length, destination, length * kUtf8BytesPerCharacter + 1);
+    if (overlap(source, (length + 1) * sizeof *source, destination, length * kUtf8BytesPerCharacter + 1))
+        return convertFromCopy(encode, source, length, destination);
+    encode(source, length, destination);
+    return 0;
 }
 
 uint32_t qelcomn_utf8_to_unicode(const char *source, wchar_t *destination, const int32_t *capacity) {
@@ -244,7 +282,10 @@ uint32_t qelcomn_utf8_to_unicode(const char *source, wchar_t *destination, const
     const size_t length = std::strlen(source);
     if (length >= static_cast<size_t>(*capacity)) // Kept: a character for each byte, however few the text has.
         return zor::kFailure;
-    return convertBetween(decode, source, length, destination, length + 1);
+    if (overlap(source, length + 1, destination, (length + 1) * sizeof *destination))
+        return convertFromCopy(decode, source, length, destination);
+    decode(source, length, destination);
+    return 0;
 }
 
 namespace velmora_com {
