@@ -171,12 +171,13 @@ FixedTimeOfDay::~FixedTimeOfDay() {
 
 using namespace zor::test;
 
-// The real functions, and what stands before them. ZORCOMN_FAILS_BY_RESULT is for functions that return an errno
-// number, ZORCOMN_FAILS_BY_ERRNO for those that set errno and return the given value.
+// The real functions, and what stands before them; weak, so that a test can put a stand-in of its own there.
+// ZORCOMN_FAILS_BY_RESULT is for functions that return an errno number, ZORCOMN_FAILS_BY_ERRNO for those that set errno
+// and return the given value.
 
 #define ZORCOMN_WRAP(name, result, parameters, arguments, onFailure)                                                   \
     extern "C" result __real_##name parameters;                                                                        \
-    extern "C" result __wrap_##name parameters {                                                                       \
+    extern "C" __attribute__((weak)) result __wrap_##name parameters {                                                 \
         static const size_t function = indexOf(#name);                                                                 \
         if (const int error = failureDue(function))                                                                    \
             onFailure;                                                                                                 \

@@ -1,8 +1,9 @@
 #include "tests/tools/program.h"
 
+#include "tests/support/emulator.h"
+
 #include <cstdio>
 #include <cstdlib>
-#include <sstream>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -30,15 +31,6 @@ struct Pipe {
     int ends[2];
 };
 
-/** What runs programs of the target's kind here; nothing where the machine itself does. */
-std::vector<std::string> launcher() {
-    std::vector<std::string> words;
-    std::istringstream text(ZORPROPS_LAUNCHER);
-    for (std::string word; std::getline(text, word, '|');)
-        words.push_back(word);
-    return words;
-}
-
 [[noreturn]] void becomeProgram(const std::vector<std::string> &arguments, Standard output, const Pipe &out,
                                 const Pipe &err, const std::map<std::string, std::string> &environment) {
     if (output == Standard::FullDisk)
@@ -50,13 +42,10 @@ std::vector<std::string> launcher() {
     dup2(err.ends[1], STDERR_FILENO);
     for (const auto &[name, value] : environment)
         setenv(name.c_str(), value.c_str(), 1);
-    std::vector<std::string> words = launcher();
-    words.emplace_back(ZORPROPS_PROGRAM);
+    std::vector<std::string> words{ZORPROPS_PROGRAM};
     words.insert(words.end(), arguments.begin(), arguments.end());
-    std::vector<char *> argv;
-    for (std::string &word : words)
-        argv.push_back(word.data());
-    argv.push_back(nullptr);
+    words = underEmulator(words);
+    const std::vector<char *> argv = argumentVector(words);
     execvp(argv[0], argv.data());
     std::perror(argv[0]);
     _exit(127);

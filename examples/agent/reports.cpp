@@ -1,0 +1,70 @@
+// Reports as files: written with the file object, found again with the directory search.
+
+#include "reports.h"
+
+#include <zorcomn/sysprops.h>
+#include <zorcomn/utilities.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <map>
+#include <vector>
+
+using namespace velmora_com::vta;
+
+namespace {
+
+constexpr uint32_t kWrite = 0x40000000;
+constexpr uint32_t kCreateNew = 1;
+constexpr uint32_t kNormal = 128;
+
+std::string collect(const std::string &title) {
+    std::map<std::wstring, std::wstring> properties;
+    sysprops::ISysProps().GetAllSystemProperties(properties); // a fresh object: no stale values
+    std::string text = title + "\n" + qelcomn_get_time_stamp_ansi() + "\n";
+    for (const auto &[name, value] : properties)
+        text += qelcomn_wide_to_ansi(name) + "=" + qelcomn_wide_to_ansi(value) + "\n";
+    return text;
+}
+
+std::string fileName(int number) {
+    char stamp[15]; // 14 digits and the terminator
+    qelcomn_CreateLocalTimeStampA(stamp, sizeof stamp);
+    char name[64];
+    std::snprintf(name, sizeof name, "report-%s-%06d.txt", stamp, number);
+    return name;
+}
+
+/** The reports in a folder, oldest first. */
+std::vector<std::string> findReports(const std::string &folder) {
+    std::vector<std::string> names;
+    qelFindData found;
+    const int32_t search = qelcomn_findfirstA((folder + "/report-*.txt").c_str(), &found);
+    for (bool more = search != 0; more; more = qelcomn_findnextA(search, &found) == 1)
+        names.emplace_back(found.name);
+    if (search != 0)
+        qelcomn_findclose(search);
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+} // namespace
+
+std::string writeReport(const std::string &folder, const std::string &title, int number) {
+    const std::string name = fileName(number);
+    const std::string text = collect(title);
+    qeFileObject *file = nullptr;
+    if (qeCreateFile((folder + "/" + name).c_str(), kWrite, 0, kCreateNew, kNormal, &file) != 0)
+        return {};
+    uint32_t written = 0;
+    const bool isWhole = file->ops->write(file, text.data(), static_cast<uint32_t>(text.size()), &written) == 0 &&
+                         written == text.size();
+    const bool isClosed = file->ops->close(file) == 0;
+    return isWhole && isClosed ? name : std::string();
+}
+
+void pruneReports(const std::string &folder, size_t keep) {
+    const std::vector<std::string> names = findReports(folder);
+    for (size_t i = 0; i + keep < names.size(); ++i)
+        std::remove((folder + "/" + names[i]).c_str());
+}
