@@ -17,15 +17,7 @@ namespace {
  * who holds the zone's mutex. */
 class UtcZone {
 public:
-    UtcZone() {
-        CleanUpScope quiet; // unwinding from in here would leave TZ as it is
-        // Kept: a value beyond 1,024 characters is not remembered, and is removed in the end like an empty one.
-        const char *before = std::getenv("TZ");
-        if (before && std::strlen(before) < sizeof m_before)
-            copyText(m_before, sizeof m_before, before);
-        m_isSet = setenv("TZ", "", 1) == 0;
-        tzset();
-    }
+    UtcZone() : m_isSet(setUtc()) {}
     ~UtcZone() {
         CleanUpScope quiet;
         if (m_before[0] != '\0')
@@ -40,6 +32,24 @@ public:
     explicit operator bool() const { return m_isSet; }
 
 private:
+    /** False, and errno says why, when the environment cannot take it. */
+    bool setUtc() {
+        int error = 0;
+        {
+            CleanUpScope quiet; // unwinding from in here would leave TZ as it is
+            // Kept: a value beyond 1,024 characters is not remembered, and is removed in the end like an empty one.
+            const char *before = std::getenv("TZ");
+            if (before && std::strlen(before) < sizeof m_before)
+                copyText(m_before, sizeof m_before, before);
+            if (setenv("TZ", "", 1) != 0)
+                error = errno;
+            tzset();
+        }
+        if (error != 0)
+            errno = error;
+        return error == 0;
+    }
+
     char m_before[1025] = "";
     bool m_isSet;
 };
