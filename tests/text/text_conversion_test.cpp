@@ -21,6 +21,8 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 using velmora_com::vta::isBigEndian;
 using velmora_com::vta::qelcomn_ansi_to_wide;
@@ -345,6 +347,68 @@ TEST(TextConversion, RandomTexts_CoverValidAndInvalid) {
     }
     EXPECT_GT(valid, 200);
     EXPECT_GT(invalid, 200);
+}
+
+/** Memory whose end is the end of what may be touched. */
+class MemoryAtTheEdge {
+public:
+    MemoryAtTheEdge() : m_page(static_cast<size_t>(sysconf(_SC_PAGESIZE))) {
+        m_base =
+            static_cast<char *>(mmap(nullptr, 3 * m_page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+        if (m_base == MAP_FAILED || mprotect(m_base + 2 * m_page, m_page, PROT_NONE) != 0)
+            std::abort();
+    }
+    ~MemoryAtTheEdge() { munmap(m_base, 3 * m_page); }
+    MemoryAtTheEdge(const MemoryAtTheEdge &) = delete;
+    MemoryAtTheEdge &operator=(const MemoryAtTheEdge &) = delete;
+
+    /** Room for so many units, up to the edge. */
+    template <class Unit> Unit *room(size_t count) {
+        if (count * sizeof(Unit) > 2 * m_page)
+            std::abort();
+        return reinterpret_cast<Unit *>(m_base + 2 * m_page) - count;
+    }
+
+private:
+    size_t m_page;
+    char *m_base;
+};
+
+TEST(TextConversion, RandomTexts_TouchNothingBehindEitherBuffer) {
+    RandomTexts random(zor::test::seedOfThisRun());
+    MemoryAtTheEdge sources, destinations;
+    for (int round = 0; round < 5000; ++round) {
+        const std::wstring wide = random.wide();
+        wchar_t *const wideSource = std::wmemcpy(sources.room<wchar_t>(wide.size() + 1), wide.c_str(), wide.size() + 1);
+        const int32_t bytes = static_cast<int32_t>(6 * wide.size() + 1);
+        char *const utf8Destination = destinations.room<char>(static_cast<size_t>(bytes));
+        ASSERT_EQ(qelcomn_unicode_to_utf8(wideSource, utf8Destination, &bytes), 0u);
+        ASSERT_EQ(hex(std::string(utf8Destination)), hex(systemsUtf8(wide))) << "of " << hex(wide);
+
+        const std::string utf8 = random.utf8();
+        char *const utf8Source = sources.room<char>(utf8.size() + 1);
+        std::memcpy(utf8Source, utf8.c_str(), utf8.size() + 1);
+        const int32_t characters = static_cast<int32_t>(utf8.size() + 1);
+        wchar_t *const wideDestination = destinations.room<wchar_t>(utf8.size() + 1);
+        ASSERT_EQ(qelcomn_utf8_to_unicode(utf8Source, wideDestination, &characters), 0u);
+        ASSERT_EQ(hex(std::wstring(wideDestination)), hex(systemsWide(utf8))) << "of " << hex(utf8);
+    }
+}
+
+TEST(TextConversion, EveryLengthAroundABlock_Converts) {
+    MemoryAtTheEdge sources, destinations;
+    for (size_t before = 0; before < 40; ++before)
+        for (size_t after = 0; after < 40; ++after) {
+            const std::wstring wide = std::wstring(before, L'a') + L'\x20AC' + std::wstring(after, L'z');
+            const std::string utf8 = std::string(before, 'a') + "\xE2\x82\xAC" + std::string(after, 'z');
+            wchar_t *const wideText = sources.room<wchar_t>(wide.size() + 1);
+            char *const utf8Text = destinations.room<char>(6 * wide.size() + 1);
+            std::wmemcpy(wideText, wide.c_str(), wide.size() + 1);
+            const int32_t bytes = static_cast<int32_t>(6 * wide.size() + 1);
+            ASSERT_EQ(qelcomn_unicode_to_utf8(wideText, utf8Text, &bytes), 0u);
+            ASSERT_EQ(utf8Text, utf8);
+            ASSERT_EQ(qelcomn_ansi_to_wide(utf8), wide);
+        }
 }
 
 TEST(UnicodeToUtf8, RefusedArguments_WriteNothing) {
