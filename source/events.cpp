@@ -13,7 +13,7 @@ using namespace zor;
 HANDLE qelCreateEvent(void *, int32_t manualReset, int32_t initialState, const char *name) {
     if (manualReset != 1 || (name && *name))
         return failWith<HANDLE>(kCellInvalid, nullptr);
-    std::unique_ptr<HandleObject> event(new (std::nothrow) HandleObject());
+    std::unique_ptr<HandleObject> event(new (std::nothrow) HandleObject);
     if (!event)
         return failWith<HANDLE>(kCellNoMemory, nullptr);
     if (!initialiseGuard(*event))

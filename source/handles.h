@@ -22,13 +22,13 @@ constexpr int32_t kMutexHandle = 3;
 
 /** Fields in the layer's fixed order. */
 struct HandleObject {
-    void *objectData; // file: FileRecord; thread: pthread_t; mutex: the owner lock, a pthread_mutex_t; event: null
-    int32_t type;
-    int32_t referenceCount;
-    int32_t signalled; // mutex: 1 free, 0 owned; thread: 1 once it has ended; file: always 0
+    void *objectData = nullptr; // file: FileRecord; thread: pthread_t; mutex: the owner lock, a pthread_mutex_t
+    int32_t type = kFileHandle;
+    int32_t referenceCount = 0;
+    int32_t signalled = 0; // mutex: 1 free, 0 owned; thread: 1 once it has ended; file: always 0
     pthread_cond_t condition;
     pthread_mutex_t guard;
-    int32_t **threadLink; // thread: the start block's signal slot, which closing redirects
+    int32_t **threadLink = nullptr; // thread: the start block's signal slot, which closing redirects
 };
 
 /** Neither 0 nor all-ones, the two values that stand for no object. */

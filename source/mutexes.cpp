@@ -12,7 +12,7 @@
 using namespace zor;
 
 HANDLE qelCreateMutex(void *, int32_t initialOwner, const char *) {
-    std::unique_ptr<HandleObject> mutex(new (std::nothrow) HandleObject());
+    std::unique_ptr<HandleObject> mutex(new (std::nothrow) HandleObject);
     if (!mutex)
         return failWith<HANDLE>(kCellNoMemory, nullptr);
     std::unique_ptr<pthread_mutex_t> ownerLock(new (std::nothrow) pthread_mutex_t);
