@@ -2,7 +2,7 @@
 # row of the table is kept in results. A target that fails does not keep the others from running.
 
 all_packages=(clang clang-format clang-tidy libclang-rt-14-dev llvm libbenchmark-dev googletest
-    g++-powerpc-linux-gnu qemu-user-static)
+    g++-12-multilib g++-powerpc-linux-gnu qemu-user-static)
 
 results=()  # rows "target|built|run|passed|skipped|failed"
 skips=()    # "target: test" for every test that was skipped
