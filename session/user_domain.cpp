@@ -74,9 +74,12 @@ std::string askDirectory(const std::string &user, const std::string &attribute) 
     return outputOf(*command);
 }
 
+/** The text between the first '@' and the ';' that ends it; without one the answer, cut off or of another kind, names
+ * no domain. */
 std::string domainInAuthority(const std::string &answer) {
-    const std::string domain = answer.substr(answer.find('@') + 1);
-    return domain.substr(0, domain.find(';'));
+    const size_t start = answer.find('@') + 1;
+    const size_t end = answer.find(';', start);
+    return end == std::string::npos ? std::string() : answer.substr(start, end - start);
 }
 
 std::string domainsInPrincipalNames(const std::string &answer) {

@@ -74,7 +74,8 @@ ZORCOMN_API bool FindDomainName(const std::string &user, std::string &domain);
  * nothing, nor does a command of more than 255 characters or a system without the directory tool.
  * @param user       account name.
  * @param attribute  "userPrincipalName": the text after the first '@' of every line, with '|' between them.
- *                   "OriginalAuthenticationAuthority": the text from the first '@' to the next ';'. Any other: none.
+ *                   "OriginalAuthenticationAuthority": the text from the first '@' to the ';' that must follow. Any
+ * other: none.
  * @param domain     [out] the domains, in lower case, trimmed with trimmer; emptied when there is an answer but no
  *                   domain in it, untouched when there is no answer.
  * @return whether the answer names a domain.

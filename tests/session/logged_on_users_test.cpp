@@ -355,7 +355,7 @@ TEST_F(Directory, Answers_AreReadAsTheirAttributeWants) {
         {kPrincipal, "userPrincipalName: carol@\n", false, ""},
         {kPrincipal, "userPrincipalName: a@DOM1\nuserPrincipalName: b@DOM2\n", true, "dom1|dom2"},
         {kAuthority, "OriginalAuthenticationAuthority: carol@DOM1;DOM2;\n", true, "dom1"},
-        {kAuthority, "OriginalAuthenticationAuthority: carol@DOM1\n", true, "dom1"},
+        {kAuthority, "OriginalAuthenticationAuthority: carol@DOM1\n", false, ""}, // nothing ends the domain
         {kAuthority, "OriginalAuthenticationAuthority: carol@;DOM1;\n", false, ""},
         {"RecordName", "RecordName: carol@DOM1\n", false, ""},
         {kPrincipal, "", false, "before"},

@@ -86,7 +86,8 @@ constexpr struct {
     {kPrincipal, "userprincipalname: user1\n", ""},
     {kAuthority, "originalauthenticationauthority: ;kerberosv5;;user1@dom1;dom1;\n", "dom1"},
     {kAuthority, "originalauthenticationauthority: user1@dom1;other@dom2;\n", "dom1"},
-    {kAuthority, "originalauthenticationauthority: user1@dom1\n", "dom1\n"},
+    {kAuthority, "originalauthenticationauthority: user1@dom1\n", ""}, // nothing ends the domain
+    {kAuthority, "originalauthenticationauthority: ;user1@dom1\n", ""},
     {kAuthority, "originalauthenticationauthority: user1@;dom1\n", ""},
     {kAuthority, "originalauthenticationauthority: user1\n", ""},
     {"recordname", "recordname: user1@dom1\n", ""},
