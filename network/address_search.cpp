@@ -18,6 +18,7 @@ using velmora_com::vta::NetInterfaceList;
 
 bool carries(const NetInterface &record, const std::string &ip) {
     const std::list<IPAddress> addresses = record.getIPAddress();
+    // Kept: no other form of the same address matches; callers ask with stored texts.
     return std::any_of(addresses.begin(), addresses.end(),
                        [&](const IPAddress &address) { return address.getIPAddress() == ip; });
 }

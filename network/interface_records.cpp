@@ -96,7 +96,7 @@ unsigned int NetInterfaceList::getNetInterface(unsigned int index, NetInterface 
 }
 
 NetInterface &NetInterfaceList::getNetInterface(unsigned int const &index) {
-    return m_interfaces[index];
+    return m_interfaces[index]; // Kept: an absent index is inserted; records are made this way.
 }
 
 std::list<unsigned int> NetInterfaceList::getIndexes() const {

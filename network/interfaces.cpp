@@ -78,7 +78,7 @@ const unsigned char *bytesAt(const sockaddr_storage &storage, size_t offset) {
 
 constexpr size_t kIPv4Offset = offsetof(sockaddr_in, sin_addr);
 
-/** Where a mask's bytes begin; family 0 counts as IPv4, since masks are often listed so. */
+/** Where a mask's bytes begin. Kept: family 0 counts as IPv4, since masks are often listed so, also beside IPv6. */
 std::optional<size_t> maskOffset(sa_family_t family) {
     switch (family) {
     case AF_INET:

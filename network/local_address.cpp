@@ -16,7 +16,7 @@ namespace {
 
 using velmora_com::vta::ANetworkUtil;
 
-constexpr size_t kScopedTextSize = 32; // Kept: a text that does not fit gets no scope.
+constexpr size_t kScopedTextSize = 32; // Kept: a text that does not fit, terminator included, gets no scope.
 
 /** Puts the scope that a link-local address needs into the resolver's entry. */
 void completeScope(ANetworkUtil &util, const addrinfo &entry) {

@@ -14,7 +14,7 @@ namespace {
 using velmora_com::vta::NetInterfaceList;
 
 bool isLinkLocal(const std::string &address) {
-    return address.compare(0, 4, "fe80") == 0;
+    return address.compare(0, 4, "fe80") == 0; // Kept: in lower case only, and not the rest of fe80::/10.
 }
 
 bool isAccepted(const std::string &address) {

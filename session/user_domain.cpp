@@ -152,7 +152,7 @@ bool FindDomainName(const std::string &user, std::string &domain) {
         const std::vector<std::string> parts = zor::splitOrWhole(group, '\\');
         if (parts.size() < 2)
             return false;
-        domain = parts.front();
+        domain = parts.front(); // Kept: an empty one counts; the user is then listed as "\user".
         std::fprintf(myfd(), "found group struct %s. \n", domain.c_str());
         return true;
     } catch (const std::exception &) {

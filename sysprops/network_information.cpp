@@ -73,6 +73,7 @@ void reportRepresentativeAddress(NetInterfaceList &interfaces, const std::string
     if (reportLastKnown(interfaces, lastKnownIP, info))
         return;
     const unsigned int family = lastKnownIP.find(':') != std::string::npos ? AF_INET6 : AF_INET;
+    // Kept: an address of the other family is better than none, and the collection counts as successful either way.
     if (!reportFirstOfFamily(interfaces, family, info))
         reportFirstOfAll(interfaces, info);
 }

@@ -148,6 +148,24 @@ TEST_F(LocalAddress, LinkLocalEntry_GetsItsScopeBeforeTheConnection) {
     EXPECT_EQ(fakeNetwork.questions[1].node, "fe80::1%4");
 }
 
+TEST_F(LocalAddress, LinkLocalEntryOf32Characters_GetsNoScope_Kept) {
+    fakeNetwork.indexes = {{"en0", 4}};
+    fakeNetwork.entries.addLink("en0", 1);
+    fakeNetwork.entries.addAddress("en0", zor::test::kUp, "10.0.0.1", "255.0.0.0");
+    fakeNetwork.refusedFamilies = {AF_INET6}; // so that nothing is sent
+    const std::string of31 = "fe80:1:1111:2222:3333:4444:5:66", of32 = of31 + '6';
+    const struct {
+        std::string address;
+        size_t questions; // the peer's name, then the address with a scope
+    } rows[] = {{of31, 2}, {of32, 1}};
+    for (const auto &row : rows) {
+        fakeNetwork.questions.clear();
+        fakeNetwork.hosts["alpha"] = {row.address};
+        EXPECT_EQ(towards("alpha", "1", 0), "error -1");
+        EXPECT_EQ(fakeNetwork.questions.size(), row.questions) << row.address;
+    }
+}
+
 TEST_F(LocalAddress, List_EachPeerIsTriedUntilOneSucceeds) {
     const Listener peer;
     const struct {
