@@ -253,6 +253,20 @@ public:
      * Error cell: untouched.  Threads: safe on different records.  Owns: nothing.
      */
     ZORCOMN_API bool GetDiskInformation(DiskInformation &info);
+    /** Fills the network record: the machine's names, and the one address that represents it. That is the last known
+     * local address (updateLocalIP) while an interface carries it in exactly this text; else the first address of its
+     * family, IPv6 when the last known one holds a ':', else IPv4, in the order of NetInterfaceList::getIndexes();
+     * else the first interface's first address. Loopback interfaces do not count. Sources: the host name,
+     * getDomainName, getFqdnAddress and NetInterfaceList.
+     * @param info  [in, out] ComputerName, DomainName, IPHostName: "N/A" when not known. IPXAddress: "N/A".
+     *              IPAddress: dotted, or IPv6 in the form of expandIPV6Address. SubnetAddress, SubnetMask: of that
+     *              address. NETAddress: the hardware address of the interface that carries it, twelve lower-case
+     *              hexadecimal digits. The four fields of the address are untouched when the result is false.
+     * @return false when no interface that is up has an address, when the system's list cannot be read or memory runs
+     *         out, else true.
+     * Error cell: untouched.  Threads: safe on different records, beside no updateLocalIP; blocks while the resolver
+     * works.  Owns: nothing.
+     */
     ZORCOMN_API bool GetNetworkInformation(NetworkInformation &info);
     /** Fills the record of logged-on users, time zone, language and time of the collection. Sources: the login records
      * (see CollectAllLoggedonUsers, whose diagnostics it writes to standard output), tzname[0], the environment
