@@ -22,8 +22,11 @@ void forgetProcessId() {
     knownProcessId.store(0, std::memory_order_relaxed);
 }
 
+// Registered when the library is loaded and not by the first who asks: a fork in the middle of that would leave the
+// child with a registration that never ends, or with its parent's identifier. False until then.
+const bool isForgottenByFork = pthread_atfork(nullptr, nullptr, forgetProcessId) == 0;
+
 pid_t rememberProcessId() {
-    static const bool isForgottenByFork = pthread_atfork(nullptr, nullptr, forgetProcessId) == 0;
     const pid_t id = getpid();
     if (isForgottenByFork)
         knownProcessId.store(id, std::memory_order_relaxed);
