@@ -50,9 +50,9 @@ uint32_t qeWriteFile(qeFileObject *file, const void *buffer, uint32_t count, uin
 
 uint32_t qeGetFileSize(qeFileObject *file, uint32_t *size) {
     constexpr uint32_t kNoSize = 0xFFFFFFFFu;
-    if (!file || !size)
+    if (!size)
         return kFailure;
-    *size = qelGetFileSize(file->file, nullptr);
+    *size = file ? qelGetFileSize(file->file, nullptr) : kNoSize;
     return *size == kNoSize ? kFailure : 0;
 }
 

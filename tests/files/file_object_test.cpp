@@ -130,8 +130,10 @@ TEST(FileObject, NullObject_IsRefusedAndClosesWithSuccess) {
     uint32_t count = 99;
     EXPECT_EQ(qeReadFile(nullptr, buffer, 4, &count), kFailed);
     EXPECT_EQ(qeWriteFile(nullptr, buffer, 4, &count), kFailed);
-    EXPECT_EQ(qeGetFileSize(nullptr, &count), kFailed);
     EXPECT_EQ(count, 99u);
+    EXPECT_EQ(qeGetFileSize(nullptr, &count), kFailed);
+    EXPECT_EQ(count, 0xFFFFFFFFu) << "the size is stored in every case";
+    EXPECT_EQ(qeGetFileSize(nullptr, nullptr), kFailed);
     EXPECT_EQ(qeCloseFile(nullptr), 0u);
 }
 
