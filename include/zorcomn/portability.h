@@ -230,8 +230,9 @@ ZORCOMN_API extern pthread_key_t *pTlsKeyTable[512];
 
 /** Opens or creates a file. New files get the permission bits 0660 within the process's mask; the descriptor is closed
  * in programs that the process starts.
- * @param path                 narrow text; null is refused. A file to be deleted on closing wants a path of at most 259
- *                             bytes: a longer one is kept cut, and closing then removes nothing and fails.
+ * @param path                 narrow text; null is refused. The handle keeps its first 260 bytes. A file to be deleted
+ *                             on closing wants a path of no more: closing removes nothing and fails when those 260
+ *                             name something else.
  * @param desiredAccess        0x80000000 read, 0x40000000 write, 0xC0000000 both; nothing else.
  * @param shareMode            ignored, as are securityAttributes and templateFile.
  * @param creationDisposition  1 create, fail if it exists; 2 create or empty; 3 open, fail if it does not exist; 4 open
