@@ -40,7 +40,7 @@ TEST(SystemTime, EachField_TakesItsPartOfTheTime) {
     EXPECT_EQ(record.milliseconds, 0);
 }
 
-/** The record's time as seconds, when its zone is UTC+5. */
+/** The record's time, taken as local time, in seconds. */
 std::time_t secondsOf(const qelSystemTime &record) {
     std::tm time{};
     time.tm_year = record.year - 1900;
@@ -49,7 +49,7 @@ std::time_t secondsOf(const qelSystemTime &record) {
     time.tm_hour = record.hour;
     time.tm_min = record.minute;
     time.tm_sec = record.second;
-    return std::mktime(&time); // in the same zone
+    return std::mktime(&time);
 }
 
 TEST(SystemTime, IsLocal_Kept) {
