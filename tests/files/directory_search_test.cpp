@@ -307,7 +307,7 @@ TEST(SetFindDataDirEnt, GivenEntry_FillsAndReturnsTheRecord) {
     EXPECT_EQ(data.size, 0u) << "no separator is put in between";
 }
 
-TEST(SetFindDataDirEnt, DirectoryTextBeyond259Characters_IsCut) {
+TEST(SetFindDataDirEnt, DirectoryTextBeyond259Characters_IsCut_Kept) {
     const TemporaryFolder folder;
     folder.write("file", "1234");
     dirent entry = {};

@@ -67,7 +67,7 @@ private:
     HANDLE m_handle;
 };
 
-TEST(CreateFile, RefusedArguments_SetCell22AndMakeNothing) {
+TEST(CreateFile, RefusedArguments_SetCell22AndMakeNothing_Kept) {
     constexpr struct {
         uint32_t access, disposition, attributes;
     } kRows[] = {

@@ -50,7 +50,7 @@ TEST(SoftwareId, ZeroedBufferOf17_HoldsItWhole) {
     EXPECT_STREQ(buffer, kId);
 }
 
-TEST(SoftwareId, Wide_HasItsTerminatorFrom17On) {
+TEST(SoftwareId, Wide_HasItsTerminatorFrom17On_Kept) {
     for (const uint32_t size : {17u, 18u, 30u}) {
         wchar_t buffer[40];
         std::wmemset(buffer, L'#', 40);

@@ -246,7 +246,7 @@ TEST(StampOfNow, NoMemory_GivesAnEmptyText) {
 }
 
 // A delay of half a millisecond each would run into the test's time limit.
-TEST(Delay, MillionCalls_ComeBackAtOnce) {
+TEST(Delay, MillionCalls_ComeBackAtOnce_Kept) {
     for (int i = 0; i < 1000000; ++i)
         qelcomn_delay();
 }

@@ -35,7 +35,7 @@ TEST_F(Uptime, ClockSetBackBehindTheBoot_GivesANegativeNumber) {
     expectUptime(std::time(nullptr) + 100);
 }
 
-TEST_F(Uptime, BootTimeNotKnown_GivesTheLargestNumber) {
+TEST_F(Uptime, BootTimeNotKnown_GivesTheLargestNumber_Kept) {
     fakeHost.bootTimeSeconds = std::nullopt;
     EXPECT_EQ(get_system_uptime_osx(), 0x7FFFFFFF);
     EXPECT_EQ(qelcomn_get_system_uptime(), 0x7FFFFFFF);
