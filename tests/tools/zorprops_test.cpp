@@ -254,6 +254,28 @@ TEST(Options, UsageError_IsOneLineAndCode2) {
     }
 }
 
+TEST(Options, UnknownOption_IsNamed) {
+    const struct {
+        std::vector<std::string> arguments;
+        const char *named;
+    } rows[] = {
+        {{"--bogus"}, "--bogus"},
+        {{"--bogus=3"}, "--bogus=3"},
+        {{"-x"}, "-x"},
+        {{"-xv"}, "-x"},
+        {{"-vx"}, "-x"},
+        {{"list", "-xv", "--json"}, "-x"},
+        {{"-?"}, "-?"},
+        {{"-:"}, "-:"},
+        {{"--json=yes"}, "--json=yes"},
+        {{"list", "--lo"}, "--lo"},
+        {{"-\xFF"}, "-\\xff"},
+    };
+    for (const auto &row : rows)
+        EXPECT_EQ(runProgram(row.arguments).errors,
+                  "zorprops: no such option: " + std::string(row.named) + " (try zorprops --help)\n");
+}
+
 TEST(Output, ThatCannotBeWritten_IsAnError) {
     const std::vector<std::string> rows[] = {{},        {"--json"},     {"get", "TimeZone"}, {"list"},
                                              {"users"}, {"interfaces"}, {"--help"},          {"--version"}};

@@ -76,6 +76,13 @@ std::string canonicalAddress(const std::string &text) {
     return {};
 }
 
+/** The option that getopt_long has just refused. A letter stands for itself, since the word that it is in may go on. */
+std::string refusedOption(char **argv) {
+    const bool isWord = optopt == 0 || std::any_of(std::begin(kOptions), std::end(kOptions),
+                                                   [](const option &known) { return known.val == optopt; });
+    return isWord ? std::string(argv[optind - 1]) : std::string{'-', static_cast<char>(optopt)};
+}
+
 /** Takes the options in; what is left in argv from optind on are the command and its names. */
 std::optional<Parsed> parseFlags(int argc, char **argv, Options &options) {
     opterr = 0; // the messages are our own
@@ -104,7 +111,7 @@ std::optional<Parsed> parseFlags(int argc, char **argv, Options &options) {
         case ':':
             return UsageError{"the option needs a value: " + std::string(argv[optind - 1])};
         default:
-            return UsageError{"no such option: " + std::string(argv[optind - 1])};
+            return UsageError{"no such option: " + refusedOption(argv)};
         }
     }
 }
