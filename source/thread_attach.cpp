@@ -4,6 +4,7 @@
 #include "zorcomn/lists_locks.h"
 
 #include "source/shared_exclusive_lock.h"
+#include "source/thread_local.h"
 
 namespace {
 
@@ -56,6 +57,6 @@ HANDLE qeSO_GetThread(void) {
 }
 
 HANDLE qeSO_DbgGetThread(void) {
-    // Without an index there is nothing to ask for, and no fault to report in the error cell.
-    return qeSO_tls_index == kNoIndex ? nullptr : qelTlsGetValue(qeSO_tls_index);
+    // Every request of a lock asks; that the index is gone is no fault of a request that is granted.
+    return tlsValue(qeSO_tls_index);
 }

@@ -86,6 +86,11 @@ Freed freeIndex(uint32_t index) {
 
 } // namespace
 
+void *tlsValue(uint32_t index) {
+    const Key key = keyOf(index);
+    return key.isAllocated ? pthread_getspecific(key.key) : nullptr;
+}
+
 void freeTlsIndicesOfProcess() {
     for (uint32_t index = 0; index < kTlsIndices; ++index) {
         if (!isFree(index) && __atomic_load_n(&nTlsOwnerTable[index], __ATOMIC_RELAXED) == getpid())

@@ -451,15 +451,13 @@ ZORCOMN_API void qeSO_ThreadDetachX(void);
 
 /** The calling thread's token: the handle of its event. Whoever sets that event does not end a wait for a lock.
  * @return the token; all-ones when the thread has none.
- * Error cell: nErrno = 22 when the index has been taken away (see above).  Threads: safe.  Owns: the token stays the
- * library's.
+ * Error cell: untouched.  Threads: safe.  Owns: the token stays the library's.
  */
 ZORCOMN_API HANDLE qeSO_GetThread(void);
 
 /** What the calling thread's slot holds, for diagnosis.
  * @return the token; all-ones after a detach or qeSO_ThreadAttachX; 0 when it never attached.
- * Error cell: nErrno = 22 when the index has been taken away (see above).  Threads: safe.  Owns: the token stays the
- * library's.
+ * Error cell: untouched.  Threads: safe.  Owns: the token stays the library's.
  */
 ZORCOMN_API HANDLE qeSO_DbgGetThread(void);
 

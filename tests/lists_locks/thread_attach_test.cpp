@@ -166,4 +166,23 @@ TEST(ThreadAttachBesideLibraryThreads, TheirEndTakesTheIndexAway_Kept) {
     }));
 }
 
+// The index is gone, the attachment with it; what is granted without a token is granted without a fault.
+TEST(ThreadAttachBesideLibraryThreads, IndexTakenAway_IsNoFaultOfAGrantedRequest) {
+    qeSELock *lock = nullptr;
+    ASSERT_EQ(qeSO_SELockCreate(&lock), 0u);
+    const uint32_t index = qeSO_ProcessAttach();
+    ASSERT_EQ(qelTlsFree(index), 1);
+    nErrno = 0;
+    EXPECT_EQ(qeSO_GetThread(), kNoThread);
+    EXPECT_EQ(qeSO_DbgGetThread(), nullptr);
+    EXPECT_EQ(qeSO_SELockExclusive(lock, 1), 1);
+    EXPECT_EQ(qeSO_SELockExclusive(lock, 0), 0);
+    EXPECT_EQ(nErrno, 0);
+    EXPECT_EQ(qeSO_SELockExclusive(lock, 1), 0) << "it would have to wait";
+    EXPECT_EQ(nErrno, 22);
+    qeSO_SELockRelease(lock);
+    qeSO_Release(lock);
+    qeSO_tls_index = kNoIndex;
+}
+
 } // namespace
