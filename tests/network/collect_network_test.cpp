@@ -4,12 +4,14 @@
 #include "zorcomn/sysprops.h"
 
 #include "tests/network/fake_network.h"
+#include "tests/support/failing_calls.h"
 
 namespace {
 
 using namespace velmora_com::vta;
 using sysprops::ISysProps;
 using sysprops::NetworkInformation;
+using zor::test::FailingCall;
 using zor::test::fakeNetwork;
 using zor::test::kLoopback;
 using zor::test::kUp;
@@ -108,9 +110,27 @@ TEST_F(CollectNetwork, NothingToTellOfTheNames_IsNotAvailable) {
     addInterfaces();
     zor::host::fakeHost = {};
     NetworkInformation info = filledRecord();
+    const FailingCall computerName("uname"), fullName("gethostname", 2); // the first is the domain's
     EXPECT_TRUE(ISysProps().GetNetworkInformation(info));
+    EXPECT_TRUE(computerName.wasReached() && fullName.wasReached());
+    EXPECT_EQ(info.ComputerName, L"N/A");
     EXPECT_EQ(info.DomainName, L"N/A");
+    EXPECT_EQ(info.IPHostName, L"N/A");
     EXPECT_EQ(info.IPXAddress, L"N/A");
+    EXPECT_EQ(info.IPAddress, L"10.0.0.5");
+}
+
+TEST_F(CollectNetwork, WithoutAHostName_TheResolverIsNotAsked) {
+    zor::host::fakeHost.nisDomainName = "";
+    zor::host::fakeHost.officialHostName = [](const std::string &name) {
+        ADD_FAILURE() << name;
+        return "alpha.beta.gamma";
+    };
+    for (std::wstring (*const name)() : {getDomainName, getFqdnAddress}) {
+        const FailingCall failing("gethostname");
+        EXPECT_EQ(name(), L"N/A");
+        EXPECT_TRUE(failing.wasReached());
+    }
 }
 
 } // namespace

@@ -315,6 +315,7 @@ ZORCOMN_FAILS_BY_RESULT(getnameinfo,
                         (address, length, host, hostSize, service, serviceSize, flags))
 ZORCOMN_FAILS_BY_ERRNO(-1, connect, int, (int socket, const sockaddr *address, socklen_t length),
                        (socket, address, length))
+ZORCOMN_FAILS_BY_ERRNO(-1, gethostname, int, (char *name, size_t size), (name, size))
 ZORCOMN_FAILS_BY_ERRNO(-1, getsockname, int, (int socket, sockaddr *address, socklen_t *length),
                        (socket, address, length))
 ZORCOMN_FAILS_BY_ERRNO(-1, getsockopt, int, (int socket, int level, int option, void *value, socklen_t *length),

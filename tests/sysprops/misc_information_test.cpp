@@ -4,6 +4,7 @@
 
 #include "tests/support/child.h"
 #include "tests/support/environment_guard.h"
+#include "tests/support/failing_calls.h"
 #include "tests/support/private_machine.h"
 #include "tests/support/temporary_folder.h"
 
@@ -110,6 +111,19 @@ TEST(GetMiscInformation, LastUpdate_IsTheTimeOfTheCall) {
         for (std::time_t second = before; second <= std::time(nullptr); ++second)
             isWithin = isWithin || zor::localTimeText(second) == update;
         EXPECT_TRUE(isWithin);
+    }));
+}
+
+TEST(GetMiscInformation, TimeThatCannotBeBrokenDown_LeavesLastUpdateAndNothingElse) {
+    EXPECT_TRUE(zor::test::childPasses([] {
+        const ZoneGuard zone("WST3");
+        const zor::test::FailingCall failing("localtime_r");
+        const velmora_com::vta::sysprops::MiscInformation info = collectWith({});
+        EXPECT_TRUE(failing.wasReached());
+        EXPECT_EQ(info.LastUpdate, L"N/A");
+        EXPECT_EQ(info.UserName, L"NA");
+        EXPECT_EQ(info.TimeZone, L"WST");
+        EXPECT_EQ(info.DefaultLangID.size(), 4u);
     }));
 }
 
