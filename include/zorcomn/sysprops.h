@@ -209,10 +209,10 @@ public:
      *              OSBuildNum: "ProductBuildVersion"; the product version where the list lacks it.
      *              OSPlatform: "Server" when the major number is above 9 and the first 30 bytes that
      *              "serverinfo --productname" prints (up to minor number 7: "sw_vers -productName") hold "server" in
-     * any letter case, else "Workstation". OSBitMode: "1" for a machine type that holds "_64", else "0" for one that
-     * holds "86", else by "sysctl hw | grep 64bit | awk '{ print $2 }'": "1" for a number other than 0, "0" for
-     * anything else,
-     *              "-1" when the command cannot be started.
+     *              any letter case, else "Workstation".
+     *              OSBitMode: "1" for a machine type that holds "_64", else "0" for one that holds "86", else by
+     *              "sysctl hw | grep 64bit | awk '{ print $2 }'": "1" for a number other than 0, "0" for anything
+     *              else, "-1" when the command cannot be started.
      * @return false when the list is missing, empty, larger than 16 MiB, does not parse, has no dictionary as its root,
      *         or holds for either key no text of at most 255 bytes; all fields but the first three are then untouched,
      *         and no command is run.
@@ -234,8 +234,8 @@ public:
     ZORCOMN_API bool GetCPUInformation(CPUInformation &info);
     /** Fills the memory record, in bytes. Sources: the kernel's memory size and its count of free pages.
      * @param info  [in, out] TotalPhysicalMemory: untouched when not known.
-     *              FreeMemory: free pages times page size, rounded down by get_closest_floor in twentieths of the
-     * total; unrounded when the total is not known.
+     *              FreeMemory: free pages times page size, rounded down by get_closest_floor in twentieths of
+     *              the total; unrounded when the total is not known.
      * @return false when the free pages are not known, with FreeMemory untouched; else true.
      * Error cell: untouched.  Threads: safe on different records.  Owns: nothing.
      */
@@ -245,10 +245,10 @@ public:
      * system's own figures; remote ones are never asked. Free space is all free blocks, also those kept for the
      * superuser, rounded down by get_closest_floor in twentieths of the total.
      * @param info  [in, out] NumberOfFileSystems, TotalDiskSpace, FreeDiskSpace: count and sums; the free sum is
-     * rounded once, not the sum of rounded amounts. "0" and "0.00" when there are none or none can be told.
+     *              rounded once, not the sum of rounded amounts. "0" and "0.00" when there are none or none is told.
      *              FileSystems: mount point to total and free; of several on one mount point the first is listed, all
-     * are counted. The table is not cleared: entries of an earlier run stay, those found again are refreshed. A mount
-     * point that is no valid UTF-8 is listed up to where it ceases to be.
+     *              are counted. The table is not cleared: entries of an earlier run stay, those found again are
+     *              refreshed. A mount point that is no valid UTF-8 is listed up to where it ceases to be.
      * @return true.
      * Error cell: untouched.  Threads: safe on different records.  Owns: nothing.
      */
@@ -396,9 +396,10 @@ ZORCOMN_API bool IsPortableComputer(bool &portable);
  * @param lower  the start of the first step.
  * @param steps  how many; a step is (upper - lower) / steps, without rest for whole numbers. Takes time in proportion.
  * @return the highest of lower + step, lower + 2 * step, ... that lies strictly below value, so that an amount exactly
- * on a step goes one step down; lower when there is none. A result of 0 is replaced by value itself. With no steps, the
- * smaller of value and lower. Instantiated in the library for unsigned long long and double. Error cell: untouched.
- * Threads: safe.  Owns: nothing.
+ *         on a step goes one step down; lower when there is none. A result of 0 is replaced by value itself. With no
+ *         steps, the smaller of value and lower.
+ * Instantiated in the library for unsigned long long and double.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
  */
 template <typename T>
 ZORCOMN_API T get_closest_floor(const T &value, const T &upper, const T &lower, const unsigned int &steps);
@@ -490,5 +491,8 @@ ZORCOMN_API std::wstring qelcomn_get_file_system_free_space_by_name(const std::w
  * @return "N/A". */
 ZORCOMN_API std::wstring qelcomn_get_file_system_total_space_by_name(const std::wstring &name);
 
-/** Does what ISysProps::updateLocalIP does. */
+/** Does what ISysProps::updateLocalIP does.
+ * @param ip  as there.
+ * Error cell: untouched.  Threads: unguarded, as there.  Owns: keeps a copy.
+ */
 ZORCOMN_API void qelcomn_set_local_ip_addr(std::wstring ip);
