@@ -18,7 +18,8 @@ extern "C" {
  * gets the part before the first character that cannot be converted, of which nothing tells.
  * @param capacity     the destination's size in bytes, at least 6 x length of source + 1: six bytes for each character,
  *                     more than a text needs, and the terminator. Only read; null, 0 or less than that is refused.
- * @return 0; 0x80000008 when refused (the destination is then untouched).
+ * @return 0; 0x80000008 when refused, or when source lies inside the destination and there is no memory for a copy of
+ *         it (the destination is then untouched).
  * Error cell: untouched; errno as the system's converter left it when the text is invalid, else untouched.
  * Threads: safe.  Owns: both buffers stay the caller's.
  */
@@ -29,7 +30,8 @@ ZORCOMN_API uint32_t qelcomn_unicode_to_utf8(const wchar_t *source, char *destin
  * gets the part before the first byte that cannot be converted, of which nothing tells.
  * @param capacity     the destination's size in wide characters, at least the length of source in bytes + 1. Only read;
  *                     null or less than that is refused.
- * @return 0; 0x80000008 when refused (the destination is then untouched).
+ * @return 0; 0x80000008 when refused, or when source lies inside the destination and there is no memory for a copy of
+ *         it (the destination is then untouched).
  * Error cell: untouched; errno as the system's converter left it when the text is invalid, else untouched.
  * Threads: safe.  Owns: both buffers stay the caller's.
  */
