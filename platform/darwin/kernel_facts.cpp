@@ -23,7 +23,7 @@ template <class Fact> std::optional<Fact> kernelFact(int area, int name) {
     return fact;
 }
 
-/** The text in a zeroed buffer of which the kernel was told less than its size, so that it ends inside. */
+/** The text in a zeroed buffer, up to its first zero; all of it where the kernel has filled it to the end. */
 template <size_t size> std::string textIn(const std::array<char, size> &buffer) {
     return {buffer.data(), strnlen(buffer.data(), size)};
 }
