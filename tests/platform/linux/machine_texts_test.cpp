@@ -185,11 +185,13 @@ TEST(MachineSources, WithoutProc_NothingIsKnownAndNothingBreaks) {
     }));
 }
 
-TEST(NisDomain, PlaceholderOfTheKernel_IsEmpty) {
-    char name[256] = {};
-    ASSERT_EQ(getdomainname(name, sizeof name - 1), 0);
-    const std::string expected = std::string(name) == "(none)" ? "" : name;
-    EXPECT_EQ(host::nisDomainName(), expected);
+TEST(NisDomain, EveryName_IsHandedOverButThePlaceholderOfTheKernel) {
+    ZORCOMN_SKIP_WITHOUT_NAMESPACES();
+    for (const std::string name : {"example.org", "(none)", "(none", ""})
+        EXPECT_TRUE(childPasses([&] {
+            ASSERT_TRUE(zor::test::enterPrivateNames("alpha", name));
+            EXPECT_EQ(host::nisDomainName(), name == "(none)" ? "" : name);
+        })) << name;
 }
 
 } // namespace
