@@ -146,7 +146,7 @@ TEST_F(ProcessorTest, UnknownCount_LeavesTheField) {
     EXPECT_EQ(info.NumOfCPU, L"before");
 }
 
-TEST_F(ProcessorTest, Clock_IsCutToMegahertz) {
+TEST_F(ProcessorTest, Clock_IsCutToMegahertzAndZeroWhenUnknown_Kept) {
     fakeHost.architectureCode = 2;
     const struct {
         std::optional<int64_t> hertz;
