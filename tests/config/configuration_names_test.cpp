@@ -185,6 +185,26 @@ TEST(ConfigurationNames, SharedTexts_AreEqual_Kept) {
     EXPECT_EQ(section_general, std::wstring(GeneralSection.begin(), GeneralSection.end()));
 }
 
+TEST(ConfigurationNames, NamesThatDifferFromTheirTexts_HoldTheTextsOfTheStores_Kept) {
+    const struct {
+        const std::string &constant;
+        const char *text;
+    } rows[] = {
+        {StopTimeSpecified_Key, "StopDateValid"},
+        {RandomizationInterval_Key, "RandomizationWndMins"},
+        {DaysOfWeek_Key, "MaskDaysOfWeek"},
+        {GMT_Key, "GMTTime"},
+        {TaskNameKey, "DisplayName"},
+        {VersionKey, "TaskVersion"},
+        {CreatorSoftwareKey, "CreatorID"},
+        {PendingKey, "TaskPending"},
+    };
+    for (const auto &row : rows)
+        EXPECT_EQ(row.constant, row.text);
+    EXPECT_EQ(key_sl_protocol, L"uiSiteType");
+    EXPECT_EQ(key_count_relay_failure_connections, L"FAILED_TO_CONN_SERVER");
+}
+
 TEST(ConfigurationNames, DependenciesSection_HoldsABlank_Kept) {
     EXPECT_NE(DependenciesSection, "TaskDependencies");
 }
