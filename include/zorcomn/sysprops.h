@@ -225,7 +225,8 @@ public:
      * @param info  [in, out] NumOfCPU: processors in use; untouched when not known.
      *              CPUSpeed: whole megahertz, cut off, as "1333 MHz"; "0 MHz" when not known.
      *              CPUType: the names of architecture and processor (see the Convert functions) with a blank between
-     *              them, or the one that is known; empty when neither is.
+     *              them, or the one that is known; empty when neither is. A processor that Gestalt does not tell is
+     *              a "68000", code 0.
      *              IsPortable: "1", "0", or "-1" when the model is not known; untouched with an empty CPUType.
      *              CPUSerialNumber: never written.
      * @return false when neither name is known, else true.

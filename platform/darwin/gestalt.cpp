@@ -37,7 +37,8 @@ std::optional<int32_t> architectureCode() {
 }
 
 std::optional<int32_t> processorCode() {
-    return askForCode(fourCharacterCode("cput"));
+    // Kept: the code starts at 0, and a failing call leaves it there; callers know the processor as a "68000" then.
+    return askForCode(fourCharacterCode("cput")).value_or(0);
 }
 
 } // namespace zor::host

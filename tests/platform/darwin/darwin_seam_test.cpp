@@ -72,7 +72,6 @@ TEST_F(DarwinSeam, FailingCalls_KnowNothing) {
     EXPECT_FALSE(host::freeMemory());
     EXPECT_FALSE(host::processorClockHertz());
     EXPECT_FALSE(host::architectureCode());
-    EXPECT_FALSE(host::processorCode());
     EXPECT_FALSE(host::hardwareModel());
     EXPECT_FALSE(host::bootTimeSeconds());
     EXPECT_FALSE(host::nisDomainName());
@@ -136,6 +135,11 @@ TEST_F(DarwinSeam, Gestalt_AnswersUnderItsSelectors) {
     EXPECT_EQ(host::architectureCode(), 2);
     EXPECT_EQ(host::processorCode(), 0x10C);
     EXPECT_EQ(host::processorClockHertz(), 1999999999);
+}
+
+TEST_F(DarwinSeam, ProcessorThatGestaltDoesNotTell_IsCodeZero_Kept) {
+    fakeCalls.gestalt[code("sysa")] = 2;
+    EXPECT_EQ(host::processorCode(), 0);
 }
 
 TEST_F(DarwinSeam, ClockAboveTwoToThe31_StaysPositive) {
