@@ -48,7 +48,7 @@ int32_t destroyFile(HandleObject *object) {
     const bool isEnded = !file || endFile(*file);
     pthread_setcancelstate(cancelState, nullptr);
     if (!isEnded)
-        return 0;
+        return 0; // Kept: the count has fallen to 0, so that the record stays for good.
     delete file;
     pthread_cond_destroy(&object->condition);
     pthread_mutex_destroy(&object->guard);

@@ -174,6 +174,30 @@ TEST_F(LockWaiting, HandOver_IsCompleteBeforeTheEventIsSet) {
     qelCloseHandle(event);
 }
 
+// A waiter that only this test knows: a thread would sleep for ever.
+TEST_F(LockWaiting, Release_LooksAtNeitherWaitersNorRegistrations_Kept) {
+    const HANDLE event = qelCreateEvent(nullptr, 1, 0, nullptr);
+    ASSERT_NE(event, nullptr);
+    WaitRecord waiter{{}, event, getpid(), 1};
+    static int calls;
+    calls = 0;
+    const qeSONotify callback = [](uint32_t, uint32_t, uint32_t, uint32_t) -> uint32_t { return ++calls, 0; };
+    qeSELock *released = nullptr;
+    ASSERT_EQ(qeSO_SELockCreate(&released), 0u);
+    ASSERT_EQ(qeSO_SELockExclusive(released, 0), 1);
+    onAnotherThread([=] { EXPECT_EQ(qeSO_SELockExclusiveNotify(released, callback, 1, 2), 0); });
+    const std::unique_ptr<NotifyRegistration> left(reinterpret_cast<NotifyRegistration *>(released->registrations));
+    ASSERT_NE(left, nullptr);
+    qeLL_XInsertHead(&released->exclusiveWaiters, &waiter.link);
+
+    qeSO_Release(released);
+    EXPECT_EQ(waiter.waiting, 1);
+    EXPECT_FALSE(isSignalled(recordOf(event)));
+    EXPECT_EQ(calls, 0);
+    EXPECT_EQ(left->callback, callback) << "still on the heap; the sanitizers watch";
+    qelCloseHandle(event);
+}
+
 TEST_F(LockWaiting, StrayEvent_DoesNotEndAWait) {
     qeSO_SELockExclusive(lock, 0);
     for (auto queue : {&qeSELock::exclusiveWaiters, &qeSELock::sharedWaiters}) {

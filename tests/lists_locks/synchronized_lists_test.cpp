@@ -108,10 +108,6 @@ TEST_F(SynchronizedStack, GetHead_LeavesTheLockHeld_AlsoWhenEmpty) {
     EXPECT_EQ(imageOf(list->lock).count, 1);
     qeSLL_XInsertHead(list, &a); // the owner may go on
     EXPECT_EQ(qeSLL_IsEmpty(list), 0);
-    onAnotherThread([this] {
-        EXPECT_EQ(qeSLL_XGetHead(list, 0, 0), kNotTaken);
-        EXPECT_EQ(qeSLL_XGetHead(list, 1, 0), kNotTaken);
-    });
     qeSLL_LockRelease(list);
     EXPECT_EQ(imageOf(list->lock).count, 0);
     EXPECT_EQ(qeSLL_XGetHead(list, 0, 0), &a);
@@ -119,6 +115,16 @@ TEST_F(SynchronizedStack, GetHead_LeavesTheLockHeld_AlsoWhenEmpty) {
     EXPECT_EQ(imageOf(list->lock).count, 1);
     qeSLL_LockRelease(list);
     EXPECT_EQ(imageOf(list->lock).count, 0);
+}
+
+TEST_F(SynchronizedStack, GetHead_TellsNotTakenAsAllOnes_Kept) {
+    EXPECT_EQ(qeSLL_XGetHead(list, 1, 0), nullptr) << "taken, and empty";
+    onAnotherThread([this] {
+        EXPECT_EQ(qeSLL_XGetHead(list, 0, 0), kNotTaken);
+        EXPECT_EQ(qeSLL_XGetHead(list, 1, 0), kNotTaken);
+    });
+    EXPECT_EQ(imageOf(list->lock).count, 1);
+    qeSLL_LockRelease(list);
 }
 
 TEST_F(SynchronizedStack, RemovalDuringAWalk_UsesTheLinksDirectly) {

@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <iterator>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <dlfcn.h>
@@ -388,6 +389,22 @@ TEST(GetProcAddress, Symbol_IsFoundOrExplained) {
         nErrno = kUntouched;
         EXPECT_EQ(qelGetProcAddress(module.handle(), nullptr, &text), nullptr);
         EXPECT_EQ(nErrno, 22);
+    }));
+}
+
+TEST(LoadLibrary, ErrorText_IsOneForTheProcess_Kept) {
+    EXPECT_TRUE(childPasses([] {
+        const char *first = nullptr;
+        EXPECT_EQ(qelLoadLibrary(nullptr, &first), nullptr);
+        EXPECT_STREQ(first, "no path");
+        std::thread([&] {
+            const char *second = nullptr;
+            EXPECT_EQ(qelLoadLibrary(modulePath("refusing").c_str(), &second), nullptr);
+            EXPECT_EQ(second, first);
+        }).join();
+        EXPECT_STREQ(first, "dllmain returned false") << "overwritten by another thread";
+        EXPECT_NE(qelLoadLibrary(modulePath("bare").c_str(), nullptr), nullptr);
+        EXPECT_STREQ(first, "") << "cleared by a call that does not ask for it";
     }));
 }
 

@@ -231,7 +231,7 @@ void freeKept(HANDLE handle) {
     delete &zor::recordOf(handle);
 }
 
-TEST_F(HandleFailure, CloseFile_DescriptorFailing_KeepsEverythingButTheCount) {
+TEST_F(HandleFailure, CloseFile_DescriptorFailing_KeepsEverythingButTheCount_Kept) {
     const TemporaryFolder folder;
     const std::string path = folder.write("file", "content");
     const HANDLE file = openFile(path, path, 1);
