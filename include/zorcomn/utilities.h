@@ -86,6 +86,7 @@ ZORCOMN_API uint32_t qeReadFile(qeFileObject *file, void *buffer, uint32_t count
 /** Writes at the current position. May block; a cancellation point.
  * @param file          from qeCreateFile; null is refused.
  * @param buffer        at least count bytes.
+ * @param count         in bytes.
  * @param bytesWritten  receives the count, which may be less; null is refused. Untouched on failure.
  * @return 0; 0x80000008 on failure.
  * Error cell: as qelWriteFile.  Threads: one at a time on an object.  Owns: the buffer stays the caller's.
@@ -93,7 +94,7 @@ ZORCOMN_API uint32_t qeReadFile(qeFileObject *file, void *buffer, uint32_t count
 ZORCOMN_API uint32_t qeWriteFile(qeFileObject *file, const void *buffer, uint32_t count, uint32_t *bytesWritten);
 /** Tells the size of an open file.
  * @param file  from qeCreateFile; null is refused.
- * @param size  receives the size in bytes, its low 32 bits; 0xFFFFFFFF on failure. Null is refused.
+ * @param size  receives the size in bytes, its low 32 bits; 0xFFFFFFFF on failure, also for a null file. Null fails.
  * @return 0; 0x80000008 when that size is 0xFFFFFFFF, be it a failure or a file of such a size.
  * Error cell: as qelGetFileSize.  Threads: safe.  Owns: nothing.
  */
@@ -422,7 +423,7 @@ ZORCOMN_API std::time_t zorcomn_timegm(std::tm *utc);
 ZORCOMN_API bool zorcomn_gettimezone(std::wstring &name);
 /** Tells the local time in a form to read, 19 characters like "2009-03-07 08:05:09"; a year below 1000 is filled up
  * with blanks.
- * @return the stamp of now; empty when the time cannot be broken down.
+ * @return the stamp of now; empty when the time cannot be broken down or there is no memory.
  * Error cell: untouched.  Threads: safe, beside zorcomn_timegm too.  Owns: nothing.
  */
 ZORCOMN_API std::string qelcomn_get_time_stamp_ansi();
