@@ -331,16 +331,16 @@ TEST_F(MadeUpMachine, Diagnostics_SpoilNoOutputAndComeWhenAskedFor) {
 TEST_F(MadeUpMachine, HostileUserNames_StayWithinTheirLinesAndJson) {
     EXPECT_TRUE(childPasses([] {
         ASSERT_TRUE(logOn({userRecord("1", "a\nPlatformID=X"), userRecord("2", "b\"',{}\x1B[2J\xC2\x9B"),
-                           userRecord("3", "c\xFF\xFE"), userRecord("4", "$(touch /tmp/x)")}));
-        const std::string combined = "$(touch /tmp/x),a\nplatformid=x,b\"',{}\x1B[2j\xC2\x9B,c";
-        const std::string shown = "$(touch /tmp/x),a\\x0aplatformid=x,b\"',{}\\x1b[2j\\xc2\\x9b,c";
+                           userRecord("3", "c\xFF\xFE"), userRecord("4", "$(touch /mnt/x)")}));
+        const std::string combined = "$(touch /mnt/x),a\nplatformid=x,b\"',{}\x1B[2j\xC2\x9B,c";
+        const std::string shown = "$(touch /mnt/x),a\\x0aplatformid=x,b\"',{}\\x1b[2j\\xc2\\x9b,c";
         EXPECT_EQ(jsonOf({"--json"})["properties"]["UserName"], combined);
         EXPECT_EQ(jsonOf({"users", "--json"})["combined"], combined);
         EXPECT_EQ(runProgram({"get", "UserName"}).output, combined + "\n");
         EXPECT_EQ(runProgram({"get", "UserName", "PlatformID"}).output, "UserName=" + shown + "\nPlatformID=MAC\n");
         EXPECT_NE(runProgram({"users"}).output.find("Combined       " + shown + "\n"), std::string::npos);
         EXPECT_NE(runProgram({}).output.find("  UserName             " + shown + "\n"), std::string::npos);
-        EXPECT_NE(access("/tmp/x", F_OK), 0);
+        EXPECT_NE(access("/mnt/x", F_OK), 0);
     }));
 }
 
