@@ -8,6 +8,7 @@ namespace zor::host {
 namespace {
 
 constexpr std::string_view kBlanks = " \t\r\n";
+constexpr size_t kMaxAttributes = 16; // of a tag; each is compared with those before it
 
 bool isBlank(char c) {
     return kBlanks.find(c) != std::string_view::npos;
@@ -314,7 +315,8 @@ bool XmlTokens::readAttributes(std::vector<std::string> &attributes) {
     while (skipBlanks() && !isAtEnd() && isNameStart(m_rest.front())) {
         std::string name;
         std::string_view value;
-        if (!readName(name) || std::find(attributes.begin(), attributes.end(), name) != attributes.end())
+        if (attributes.size() == kMaxAttributes || !readName(name) ||
+            std::find(attributes.begin(), attributes.end(), name) != attributes.end())
             return false;
         skipBlanks();
         if (!skip("="))

@@ -306,6 +306,13 @@ TEST(PropertyList, Nesting_IsBounded) {
     EXPECT_EQ(textIn(nested(1000000, "<array>", "")), "(refused)");
 }
 
+TEST(PropertyList, AttributesWithoutNumber_AreRefusedBeforeTheyTakeTime) {
+    std::string list = "<plist";
+    for (int i = 0; i < 300000; ++i)
+        list += " a" + std::to_string(i) + "=\"\"";
+    EXPECT_EQ(lookUp(list + "><dict/></plist>"), std::nullopt);
+}
+
 TEST(PropertyList, LongTexts_AreReadInOnePass) {
     const std::string text(4 * 1024 * 1024, 'x');
     EXPECT_EQ(inString(text), text);
