@@ -98,10 +98,12 @@ ZORCOMN_API uint32_t qelWaitForMultipleObjects(uint32_t count, const HANDLE *han
  * deleted is removed by the path it was opened with.
  * @param handle  0 and all-ones: closing nothing succeeds.
  * @return 1; 0 when a pthread call failed, or, for a file, when closing or removing it failed. The file's record is
- * kept then, but nothing can be done with it any more: a second call returns 1 and does nothing. A path of 260 bytes or
- * more is removed only if its first 260 name the file itself. Error cell: untouched; errno as the failing close() or
- * remove() left it, ENAMETOOLONG for a path too long to be removed. Threads: nobody may use the handle any more.
- * Closing a thread's handle while that thread ends is safe.  Owns: nothing.
+ *         kept then, but nothing can be done with it any more: a second call returns 1 and does nothing. A path of 260
+ *         bytes or more is removed only if its first 260 name the file itself.
+ * Error cell: untouched; errno as the failing close() or remove() left it, ENAMETOOLONG for a path too long to be
+ * removed.
+ * Threads: nobody may use the handle any more. Closing a thread's handle while that thread ends is safe.
+ * Owns: nothing.
  */
 ZORCOMN_API int32_t qelCloseHandle(HANDLE handle);
 /** Translates the calling thread's errno by the layer's own table, which is not the one of Windows: 0 gives 0; 2, 5, 6,
@@ -114,8 +116,9 @@ ZORCOMN_API uint32_t qelGetLastError(void);
 /** Adds 1, wrapping, under MutexInterlockedLong.
  * @param value  null is refused.
  * @return the value as it is after the mutex was unlocked, so that two callers may both get the later one; 0 when
- * refused. Error cell: nErrno = 22 when refused, else untouched. Threads: safe against increments and decrements of the
- * same value, not against exchanges.  Owns: nothing.
+ *         refused.
+ * Error cell: nErrno = 22 when refused, else untouched.
+ * Threads: safe against increments and decrements of the same value, not against exchanges.  Owns: nothing.
  */
 ZORCOMN_API int32_t qelInterlockedIncrement(volatile int32_t *value);
 /** Subtracts 1, wrapping; all else as qelInterlockedIncrement.
