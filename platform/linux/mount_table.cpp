@@ -101,23 +101,17 @@ std::optional<Mount> parseMount(std::string_view line) {
                  *std::move(path), *std::move(type)};
 }
 
-bool isAtOrBelow(std::string_view path, std::string_view folder) {
-    if (folder == "/" || path == folder)
-        return true;
-    return path.size() > folder.size() && path.substr(0, folder.size()) == folder && path[folder.size()] == '/';
-}
-
 /** Finds out where a path leads, mount by mount, as the kernel does when it walks the path. */
 class PathWalk {
 public:
-    explicit PathWalk(const std::vector<Mount> &mounts) : m_mounts(mounts) {
+    explicit PathWalk(const std::vector<Mount> &mounts) : m_maxSteps(mounts.size()) {
         std::unordered_set<uint64_t> ids;
         for (const Mount &mount : mounts)
             ids.insert(mount.id);
         for (const Mount &mount : mounts) {
             // The parent of what is mounted on "/" is out of sight, or the mount itself.
             const bool isTop = mount.parentId == mount.id || ids.count(mount.parentId) == 0;
-            (isTop ? m_top : m_children[mount.parentId]).push_back(&mount);
+            (isTop ? m_top : m_children[mount.parentId])[mount.mountPoint] = &mount; // of several the last
         }
     }
 
@@ -125,7 +119,7 @@ public:
     bool isReachable(const Mount &mount) const {
         const Mount *reached = firstOnPath(m_top, mount.mountPoint);
         // As many steps as there are mounts: a table that runs in a circle ends, too.
-        for (size_t step = 0; reached && step < m_mounts.size(); ++step) {
+        for (size_t step = 0; reached && step < m_maxSteps; ++step) {
             const auto children = m_children.find(reached->id);
             const Mount *next =
                 children == m_children.end() ? nullptr : firstOnPath(children->second, mount.mountPoint);
@@ -137,19 +131,20 @@ public:
     }
 
 private:
-    using Mounts = std::vector<const Mount *>;
+    using Mounts = std::unordered_map<std::string, const Mount *>; // by mount point
 
-    /** The mount that a walk along path meets first; of several on one folder, the last. */
+    /** The mount that a walk along path meets first. */
     static const Mount *firstOnPath(const Mounts &mounts, const std::string &path) {
-        const Mount *first = nullptr;
-        for (const Mount *mount : mounts)
-            if (isAtOrBelow(path, mount->mountPoint) &&
-                (!first || mount->mountPoint.size() <= first->mountPoint.size()))
-                first = mount;
-        return first;
+        for (size_t end = 1;; end = std::min(path.find('/', end + 1), path.size())) {
+            const auto met = mounts.find(path.substr(0, end));
+            if (met != mounts.end())
+                return met->second;
+            if (end == path.size())
+                return nullptr;
+        }
     }
 
-    const std::vector<Mount> &m_mounts;
+    size_t m_maxSteps;
     Mounts m_top;
     std::unordered_map<uint64_t, Mounts> m_children;
 };

@@ -230,4 +230,13 @@ TEST(LocalMounts, ThousandsOfMounts_AreChosenFrom) {
     EXPECT_EQ(chosen(table), (Paths{"/"}));
 }
 
+TEST(LocalMounts, HundredThousandCoveredMounts_AreLeftOut) {
+    std::string table = "27 1 0:60 / / rw - overlay overlay rw\n";
+    for (int i = 100; i < 100000; ++i)
+        table += std::to_string(i) + " 27 254:0 /pods/" + std::to_string(i) + " /run/pods/" + std::to_string(i) +
+                 " rw - ext4 /dev/vda rw\n";
+    table += "100000 27 0:61 / /run rw - tmpfs tmpfs rw\n";
+    EXPECT_EQ(chosen(table), (Paths{"/"}));
+}
+
 } // namespace
