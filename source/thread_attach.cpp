@@ -41,8 +41,11 @@ uintptr_t qeSO_ThreadAttach(void) {
 }
 
 int32_t qeSO_ThreadDetach(void) {
-    qelCloseHandle(qeSO_GetThread()); // all-ones closes nothing
-    return qelTlsSetValue(qeSO_tls_index, noThread());
+    const HANDLE token = qeSO_GetThread();
+    const int32_t stored = qelTlsSetValue(qeSO_tls_index, noThread());
+    if (stored == 1) // else the thread would go on with a token whose event is gone
+        qelCloseHandle(token);
+    return stored;
 }
 
 void qeSO_ThreadAttachX(void) {

@@ -433,7 +433,7 @@ ZORCOMN_API uintptr_t qeSO_ThreadAttach(void);
 
 /** Closes the calling thread's event and takes its token away. It must hold no lock: locks know their owner by it, and
  * another thread may get the same token later.
- * @return 1, also when there was no token; 0 when that cannot be stored.
+ * @return 1, also when there was no token; 0 when that cannot be stored: the thread then keeps its token and its event.
  * Error cell: nErrno = 22 without an index.  Threads: safe.  Owns: nothing.
  */
 ZORCOMN_API int32_t qeSO_ThreadDetach(void);

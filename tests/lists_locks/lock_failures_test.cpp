@@ -95,15 +95,22 @@ TEST(LockFailures, ThreadAttach_ReportsEachFailureAndLeavesNothing) {
     EXPECT_EQ(qeSO_ProcessDetach(), 1);
 }
 
-TEST(LockFailures, ThreadDetach_ReturnsTheStoresResult) {
+TEST(LockFailures, ThreadDetachThatCannotStore_LeavesTheThreadAttached) {
     qeSO_ProcessAttach();
+    AllocationScope allocations;
     qeSO_ThreadAttach();
+    const HANDLE token = qeSO_GetThread();
     {
         FailingCall failing("pthread_setspecific");
         EXPECT_EQ(qeSO_ThreadDetach(), 0);
         EXPECT_TRUE(failing.wasReached());
     }
-    qelTlsSetValue(qeSO_tls_index, nullptr);
+    const size_t live = allocations.live();
+    EXPECT_EQ(live, 1u) << "a token that stays is an event that stays";
+    EXPECT_EQ(qeSO_GetThread(), token);
+    EXPECT_EQ(qeSO_ThreadDetach(), 1);
+    const size_t left = allocations.live();
+    EXPECT_EQ(left, 0u);
     qeSO_ProcessDetach();
 }
 
