@@ -2,9 +2,14 @@
 
 #include "zorcomn/sysprops.h"
 
+#include "tests/support/child.h"
+#include "tests/support/failing_calls.h"
 #include "tests/support/fake_host.h"
+#include "tests/support/private_machine.h"
+#include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 using namespace velmora_com::vta::sysprops;
 
@@ -50,6 +55,20 @@ TEST_F(FullReport, HostThatKnowsNothing_IsReportedAllTheSame) {
     EXPECT_EQ(props[L"CPUSerialNumber"], L"N/A");
     EXPECT_EQ(props[L"OSVersion"], L"N/A");
     EXPECT_TRUE(fileSystems.empty());
+}
+
+TEST_F(FullReport, WithoutVersionFileAndUsers_StartsNoCommand) {
+    if (access("/System/Library/CoreServices/SystemVersion.plist", F_OK) == 0)
+        GTEST_SKIP() << "this machine has a version file";
+    const zor::test::TemporaryFolder folder;
+    EXPECT_TRUE(zor::test::childPasses([&] {
+        zor::test::writeLoginRecords(folder / "logins", {});
+        Properties props;
+        const zor::test::FailingCall command("popen");
+        EXPECT_TRUE(ISysProps().GetAllSystemProperties(props));
+        EXPECT_FALSE(command.wasReached());
+        EXPECT_EQ(props[L"UserName"], L"NA");
+    }));
 }
 
 TEST_F(FullReport, UnmountedVolume_StaysListedByTheSameObject_Kept) {
