@@ -343,18 +343,16 @@ TEST_F(LockWaiting, ReadersBehindTwoWriters_WaitForTheOtherOne) {
     qeSO_SELockSharedWaitForExclusive(lock, 0);
     AttachedThread other(exclusively('w'));
     ASSERT_TRUE(waitersAre(lock, 1, 0));
-    {
-        CancellableThread writer(lock, true);
-        ASSERT_TRUE(waitersAre(lock, 2, 0));
-        writer.cancel();
-        ASSERT_TRUE(waitersAre(lock, 1, 0));
-    }
+    CancellableThread cancelled(lock, true);
+    ASSERT_TRUE(waitersAre(lock, 2, 0));
     AttachedThread reader([this] {
         EXPECT_EQ(qeSO_SELockSharedWaitForExclusive(lock, 1), 1);
         EXPECT_EQ(served, "w");
         qeSO_SELockRelease(lock);
     });
-    ASSERT_TRUE(waitersAre(lock, 1, 1));
+    ASSERT_TRUE(waitersAre(lock, 2, 1));
+    cancelled.cancel();
+    EXPECT_TRUE(waitersAre(lock, 1, 1)) << "the reader still waits for the other writer";
     qeSO_SELockRelease(lock);
 }
 
