@@ -57,7 +57,7 @@ struct Stress {
     std::chrono::steady_clock::time_point end;
     std::atomic<int> broken{0};
     std::atomic<int> callbacksRegistered{0};
-    std::atomic<uint64_t> turns{0};
+    std::atomic<unsigned long> turns{0};
     std::atomic<int> finished{0};
 
     Stress() {
