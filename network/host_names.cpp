@@ -26,7 +26,7 @@ std::optional<std::string> ownHostName() {
 }
 
 std::optional<std::string> domainName() {
-    const auto nisDomain = host::nisDomainName();
+    auto nisDomain = host::nisDomainName();
     if (nisDomain && !nisDomain->empty())
         return nisDomain;
     const auto name = ownHostName();
@@ -40,7 +40,7 @@ std::optional<std::string> domainName() {
 }
 
 std::optional<std::string> fullHostName() {
-    const auto name = ownHostName();
+    auto name = ownHostName();
     if (!name)
         return std::nullopt;
     if (auto official = host::officialHostName(name->c_str()))

@@ -38,7 +38,7 @@ std::string lowerHex(unsigned long value) {
 }
 
 std::string expand(const std::string &address) {
-    const std::string bare = withoutScope(address);
+    std::string bare = withoutScope(address);
     const size_t gap = bare.find("::");
     if (gap == std::string::npos)
         return bare; // Kept: groups are neither padded nor counted; stored texts are compared in this form.

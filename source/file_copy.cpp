@@ -19,7 +19,7 @@ namespace zor {
 namespace {
 
 constexpr size_t kStepBytes = 512;
-constexpr size_t kStreamBufferBytes = 128 * 1024;
+constexpr size_t kStreamBufferBytes = size_t{128} * 1024;
 constexpr mode_t kPermissions = 0666;
 
 Descriptor openFile(const char *path, int flags) {

@@ -122,7 +122,7 @@ Place<wchar_t, char> encodeWellFormed(const wchar_t *source, size_t length, char
     copyAsciiBlocks(in, end, out);
     for (;; ++in) {
         copyAscii(in, end, out);
-        const uint32_t value = static_cast<uint32_t>(*in);
+        const uint32_t value = static_cast<uint32_t>(*in); // NOLINT(bugprone-signed-char-misuse): no char
         if (value == 0)
             break;
         if (value < 0x800) {

@@ -113,7 +113,7 @@ TEST(Timegm, EmptySetting_IsRemoved_Kept) {
 
 TEST(Timegm, SettingBeyond1024Characters_IsRemoved_Kept) {
     EXPECT_TRUE(childPasses([] {
-        for (const size_t length : {1025, 1026, 5000}) {
+        for (const size_t length : {1025u, 1026u, 5000u}) {
             const EnvironmentGuard zone("TZ", std::string(length, 'A'));
             EXPECT_EQ(secondsOf(2000, 1, 1), 946684800);
             EXPECT_EQ(currentSetting(), std::nullopt) << length;
@@ -267,7 +267,7 @@ TEST(ZoneName, IsThatOfTheLastTzset_Kept) {
 
 TEST(ZoneName, LongName_IsCutTo63Bytes) {
     EXPECT_TRUE(childPasses([] {
-        for (const size_t length : {62, 63, 64, 100}) {
+        for (const size_t length : {62u, 63u, 64u, 100u}) {
             std::string longName(length, 'x');
             tzname[0] = longName.data();
             std::wstring name;
