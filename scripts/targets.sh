@@ -43,7 +43,7 @@ build() {
     local target=$1 folder=$2
     shift 2
     say "== $target"
-    if configure "$folder" "$@" >"$folder.log" 2>&1 && ninja -C "$folder" >>"$folder.log" 2>&1; then
+    if configure "$folder" "$@" >"$folder.log" 2>&1 && ninja -C "$folder" -k 0 >>"$folder.log" 2>&1; then
         return 0
     fi
     grep -E 'error|FAILED|undefined' -A3 "$folder.log" | head -n 60

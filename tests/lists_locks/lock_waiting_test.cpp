@@ -3,6 +3,7 @@
 
 #include "source/handles.h"
 #include "tests/lists_locks/lock_support.h"
+#include "tests/support/child.h"
 
 #include <atomic>
 #include <memory>
