@@ -95,7 +95,9 @@ tool_headers() {
 
 # cross TARGET FOLDER TOOLCHAIN: the whole suite for another kind of machine.
 cross() {
-    build "$1" "$2" "${tests[@]}" "${quick[@]}" "${along[@]}" -DCMAKE_TOOLCHAIN_FILE="$PWD/$3" && suite "$1" "$2"
+    if build "$1" "$2" "${tests[@]}" "${quick[@]}" "${along[@]}" -DCMAKE_TOOLCHAIN_FILE="$PWD/$3"; then
+        suite "$1" "$2"
+    fi
 }
 
 # darwin ARCHITECTURE: library and reporter compile and link against the system's real headers; the exports are the same.
