@@ -140,10 +140,10 @@ run_all() {
     mkdir -p build
     local tests=(-DZORCOMN_TESTS=ON -DZORCOMN_WERROR=ON)
 
-    build 'x86-64, g++' build/test "${tests[@]}" && suite 'x86-64, g++' build/test
+    build 'x86-64, g++, with benchmarks' build/test "${tests[@]}" -DZORCOMN_BENCH=ON &&
+        suite 'x86-64, g++, with benchmarks' build/test
     step 'clang-format' check_format
     step 'clang-tidy' check_tidy
-    build 'benchmarks' build/bench -DZORCOMN_BENCH=ON -DZORCOMN_WERROR=ON && row 'benchmarks' yes
     build 'x86-64, clang++, address and undefined' build/asan "${tests[@]}" -DCMAKE_CXX_COMPILER=clang++ \
         -DCMAKE_C_COMPILER=clang -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG='-O1 -g1' -DZORCOMN_SANITIZE=address,undefined &&
         suite 'x86-64, clang++, address and undefined' build/asan
