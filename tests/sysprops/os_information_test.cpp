@@ -238,6 +238,9 @@ TEST_F(OSTest, CommandThatCannotBeStarted_IsAWorkstationOfUnknownBitMode) {
 int acknowledgements = -1; // where the signal's handler writes to
 
 TEST_F(OSTest, SignalWhileACommandRuns_DoesNotCutItsAnswer) {
+#ifdef __SANITIZE_THREAD__
+    GTEST_SKIP() << "this sanitizer holds a signal back until the read that it should interrupt has ended";
+#endif
     const std::string pipe = m_folder / "pipe";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     const zor::Descriptor end(open(pipe.c_str(), O_RDWR | O_CLOEXEC));
