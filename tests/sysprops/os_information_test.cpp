@@ -40,7 +40,8 @@ protected:
     }
 
     void makeCommand(const std::string &name, const std::string &body) {
-        m_folder.writeScript(name, "printf '%s|' " + name + " \"$@\" >> '" + m_folder.path() + "/log'; echo >> '" +
+        // One write for a line: the commands of a pipeline run at the same time.
+        m_folder.writeScript(name, "line=$(printf '%s|' " + name + " \"$@\"); printf '%s\\n' \"$line\" >> '" +
                                        m_folder.path() + "/log'\n" + body);
     }
 
