@@ -163,8 +163,9 @@ public:
     /** Waits for the signals added and runs their callbacks, until one without a callback arrives: that one is logged
      * as "Received signal to stop VTA." and ends the waiting. What goes wrong while waiting is logged, too, all of it
      * as SyslogInfo, and waited on. Signals that arrive during a callback stay pending. Blocks; a cancellation point.
-     * What a callback throws is not caught. Error cell: nErrno untouched; errno may change.  Threads: one thread runs
-     * an object.  Owns: nothing.
+     * What a callback throws is not caught.
+     *
+     * Error cell: nErrno untouched; errno may change.  Threads: one thread runs an object.  Owns: nothing.
      */
     ZORCOMN_API void operator()();
 
