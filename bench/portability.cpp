@@ -5,12 +5,20 @@
 
 #include "zorcomn/portability.h"
 
+#include "bench/compare.h"
+#include "tests/support/temporary_folder.h"
+
 #include <atomic>
 #include <cstdint>
+#include <cstring>
+#include <string>
 #include <thread>
 
 #include <benchmark/benchmark.h>
+#include <dirent.h>
+#include <fnmatch.h>
 #include <pthread.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -175,5 +183,44 @@ void incrementAtomic(benchmark::State &state) {
         benchmark::DoNotOptimize(++value);
 }
 BENCHMARK(incrementAtomic);
+
+int64_t searchWithLibrary(const std::string &folder) {
+    qelFindData data;
+    const int32_t search = qelFindFirstDirEnt((folder + "/file*.log").c_str(), &data);
+    int64_t count = 0;
+    if (search == -1)
+        return count;
+    do
+        count += data.lastWriteTime != 0;
+    while (qelFindNextDirEnt(search, &data) == 1);
+    qelFindCloseDirEnt(search);
+    return count;
+}
+
+int64_t searchByHand(const std::string &folder) {
+    DIR *const stream = opendir(folder.c_str());
+    char path[520];
+    std::memcpy(path, folder.c_str(), folder.size());
+    path[folder.size()] = '/';
+    int64_t count = 0;
+    while (const dirent *entry = readdir(stream)) {
+        if (fnmatch("file*.log", entry->d_name, 0) != 0)
+            continue;
+        std::strcpy(path + folder.size() + 1, entry->d_name);
+        struct stat facts;
+        count += stat(path, &facts) == 0 && facts.st_mtime != 0;
+    }
+    closedir(stream);
+    return count;
+}
+
+void search(benchmark::State &state) {
+    const zor::test::TemporaryFolder folder;
+    zor::bench::makeFiles(folder.path(), state.range(0));
+    zor::bench::compare(
+        state, state.range(0), [] {}, [&] { return searchWithLibrary(folder.path()); },
+        [&] { return searchByHand(folder.path()); });
+}
+BENCHMARK(search)->Arg(1000)->Arg(10000)->Arg(40000)->Iterations(31)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 } // namespace

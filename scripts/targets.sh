@@ -71,8 +71,8 @@ check_format() { sources | xargs clang-format --dry-run -Werror; }
 
 # Only what is the library's and the reporter's own; tests and benchmarks lean on macros that the checks dislike.
 check_tidy() {
-    git ls-files 'platform/linux/*.cpp' 'source/*.cpp' 'sysprops/*.cpp' 'network/*.cpp' 'session/*.cpp' 'config/*.cpp' \
-        'tools/*.cpp' 'examples/*.cpp' | xargs -P "$jobs" -n 4 clang-tidy --quiet -p build/test >build/tidy.log 2>/dev/null ||
+    git ls-files 'source/*.cpp' 'tools/*.cpp' 'examples/*.cpp' | grep -v '^source/platform/darwin/' |
+        xargs -P "$jobs" -n 4 clang-tidy --quiet -p build/test >build/tidy.log 2>/dev/null ||
         { grep -E 'warning:|error:' build/tidy.log | sort -u | head -n 40; return 1; }
 }
 

@@ -1,7 +1,7 @@
 #include "tests/fuzz/rules.h"
 
-#include "platform/host.h"
-#include "platform/linux/mount_table.h"
+#include "source/platform/host.h"
+#include "source/platform/linux/mount_table.h"
 
 #include <cstdio>
 #include <set>

@@ -1,6 +1,6 @@
 // What the lists and the lock do when memory or a system call fails, and that nothing is left behind.
 
-#include "source/handles.h"
+#include "source/portability/handles.h"
 #include "tests/lists_locks/lock_support.h"
 #include "tests/support/child.h"
 #include "tests/support/failing_calls.h"

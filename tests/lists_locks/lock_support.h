@@ -5,8 +5,9 @@
 
 #include "zorcomn/lists_locks.h"
 
-#include "source/shared_exclusive_lock.h"
-#include "source/spin_lock.h"
+#include "source/lists_locks/shared_exclusive_lock.h"
+#include "source/lists_locks/spin_lock.h"
+#include "source/lists_locks/thread_attach.h"
 #include "tests/support/eventually.h"
 
 #include <cstddef>

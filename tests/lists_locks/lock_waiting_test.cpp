@@ -1,7 +1,7 @@
 // The shared/exclusive lock with waiting threads: who is served when, and that nothing but a hand-over ends a wait. A
 // test goes on when the record shows that a thread has queued.
 
-#include "source/handles.h"
+#include "source/portability/handles.h"
 #include "tests/lists_locks/lock_support.h"
 #include "tests/support/child.h"
 

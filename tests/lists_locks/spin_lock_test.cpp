@@ -1,6 +1,6 @@
 // The spin lock, its schedule with an injected exchange and pause: no test here waits for the pauses' seconds.
 
-#include "source/spin_lock.h"
+#include "source/lists_locks/spin_lock.h"
 
 #include <map>
 #include <thread>

@@ -2,7 +2,7 @@
 
 #include "zorcomn/network.h"
 
-#include "platform/posix.h"
+#include "source/platform/posix.h"
 #include "tests/network/fake_network.h"
 #include "tests/network/socket_text.h"
 #include "tests/support/failing_calls.h"

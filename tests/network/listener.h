@@ -2,7 +2,7 @@
 
 // A listening socket on the loopback interface, at a port that the system picks.
 
-#include "platform/posix.h"
+#include "source/platform/posix.h"
 
 #include <string>
 

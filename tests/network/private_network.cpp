@@ -1,6 +1,6 @@
 #include "tests/network/private_network.h"
 
-#include "platform/posix.h"
+#include "source/platform/posix.h"
 
 #include <cstdlib>
 

@@ -2,7 +2,7 @@
 
 #include "zorcomn/portability.h"
 
-#include "source/dynamic_libraries.h"
+#include "source/portability/dynamic_libraries.h"
 #include "tests/support/child.h"
 #include "tests/support/failing_calls.h"
 #include "tests/support/temporary_folder.h"

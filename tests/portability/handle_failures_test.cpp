@@ -3,8 +3,8 @@
 
 #include "zorcomn/portability.h"
 
-#include "source/file_record.h"
-#include "source/handles.h"
+#include "source/portability/file_record.h"
+#include "source/portability/handles.h"
 #include "tests/support/failing_calls.h"
 #include "tests/support/temporary_folder.h"
 

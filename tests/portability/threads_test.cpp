@@ -3,8 +3,8 @@
 
 #include "zorcomn/portability.h"
 
-#include "source/handles.h"
-#include "source/threads.h"
+#include "source/portability/handles.h"
+#include "source/portability/threads.h"
 #include "tests/support/child.h"
 #include "tests/support/eventually.h"
 #include "tests/support/failing_calls.h"

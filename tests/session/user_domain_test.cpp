@@ -1,4 +1,4 @@
-#include "session/user_domain.h"
+#include "source/session/user_domain.h"
 
 #include <gtest/gtest.h>
 

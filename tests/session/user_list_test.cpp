@@ -1,4 +1,4 @@
-#include "session/logged_on_users.h"
+#include "source/session/logged_on_users.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 // The seam as tests set it: 'architecture 2 and processor 0x10C' or 'the statistics call fails' is one assignment.
 // reset() brings back a host that knows nothing; every test starts from there through the FakeHostTest fixture.
 
-#include "platform/host.h"
+#include "source/platform/host.h"
 
 #include <functional>
 

@@ -1,4 +1,4 @@
-#include "sysprops/misc_information.h"
+#include "source/sysprops/misc_information.h"
 
 #include "zorcomn/sysprops.h"
 

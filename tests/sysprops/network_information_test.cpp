@@ -1,6 +1,6 @@
 // The choice of the address that represents the machine, from interface lists made here.
 
-#include "sysprops/network_information.h"
+#include "source/sysprops/network_information.h"
 
 #include <string>
 #include <vector>

@@ -1,6 +1,6 @@
-#include "sysprops/os_information.h"
+#include "source/sysprops/os_information.h"
 
-#include "platform/posix.h"
+#include "source/platform/posix.h"
 
 #include "tests/support/descriptors.h"
 #include "tests/support/environment_guard.h"

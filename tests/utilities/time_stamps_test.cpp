@@ -1,6 +1,6 @@
 #include "zorcomn/utilities.h"
 
-#include "source/time_stamps.h"
+#include "source/utilities/time_stamps.h"
 #include "tests/support/child.h"
 #include "tests/support/environment_guard.h"
 #include "tests/support/failing_calls.h"

@@ -1,6 +1,6 @@
 #include "zorcomn/utilities.h"
 
-#include "source/time_zone.h"
+#include "source/utilities/time_zone.h"
 #include "tests/support/child.h"
 #include "tests/support/environment_guard.h"
 #include "tests/support/failing_calls.h"

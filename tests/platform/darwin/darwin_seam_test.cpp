@@ -1,6 +1,6 @@
 // Runs the target's own seam, compiled here against small stand-ins of its system calls.
 
-#include "platform/host.h"
+#include "source/platform/host.h"
 
 #include "fake_calls.h"
 

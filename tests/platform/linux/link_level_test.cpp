@@ -1,4 +1,4 @@
-#include "platform/host.h"
+#include "source/platform/host.h"
 
 #include <cstring>
 

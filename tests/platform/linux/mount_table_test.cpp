@@ -1,4 +1,4 @@
-#include "platform/linux/mount_table.h"
+#include "source/platform/linux/mount_table.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Real mounts, made in a namespace of the test's own, as the seam reports them.
 
-#include "platform/host.h"
+#include "source/platform/host.h"
 
 #include "tests/support/child.h"
 #include "tests/support/temporary_folder.h"

@@ -1,6 +1,6 @@
 // The process's identifier is remembered, and a forked child does not remember its parent's.
 
-#include "platform/host.h"
+#include "source/platform/host.h"
 
 #include "tests/support/child.h"
 

@@ -1,6 +1,6 @@
-#include "platform/linux/processor_texts.h"
+#include "source/platform/linux/processor_texts.h"
 
-#include "platform/host.h"
+#include "source/platform/host.h"
 
 #include "tests/support/child.h"
 #include "tests/support/temporary_folder.h"

@@ -1,4 +1,4 @@
-#include "platform/host.h"
+#include "source/platform/host.h"
 
 #include "tests/support/version_list.h"
 

@@ -1,4 +1,4 @@
-#include "platform/linux/system_file.h"
+#include "source/platform/linux/system_file.h"
 
 #include "tests/support/child.h"
 #include "tests/support/temporary_folder.h"

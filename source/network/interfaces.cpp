@@ -1,0 +1,196 @@
+// Enumerates the machine's interfaces. An entry of the system's list that lacks anything (a hardware address, a mask, a
+// usable family) is passed over and leaves no trace. Hardware addresses and indexes are looked up by name in the list
+// already read, so that the work grows with the number of entries and not with its square.
+
+#include "source/network/interfaces.h"
+
+#include "source/network/socket_address.h"
+#include "source/platform/host.h"
+#include "source/platform/posix.h"
+
+#include <array>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include <arpa/inet.h>
+#include <net/if.h>
+#include <netinet/in.h>
+
+namespace zor {
+
+namespace {
+
+using velmora_com::vta::IPAddress;
+using velmora_com::vta::NetInterface;
+using velmora_com::vta::NetInterfaceList;
+
+using HardwareAddress = std::array<uint8_t, 6>;
+
+const char *nameOf(const ifaddrs &entry) {
+    return entry.ifa_name ? entry.ifa_name : "";
+}
+
+/** What one interface list says about interfaces by name. It refers to the list's names, so the list must outlive it.
+ */
+class InterfaceTable {
+public:
+    struct Facts {
+        unsigned int index = 0;
+        std::optional<std::string> macAddress;
+    };
+
+    explicit InterfaceTable(const ifaddrs *entries) {
+        for (const ifaddrs *entry = entries; entry; entry = entry->ifa_next)
+            if (const auto address = host::linkLevelAddress(*entry))
+                m_links.emplace(nameOf(*entry), *address); // the first entry of a name stays
+    }
+
+    const Facts &factsOf(const char *name) {
+        const auto [found, isNew] = m_facts.try_emplace(name);
+        if (isNew) {
+            found->second.index = if_nametoindex(name);
+            if (auto address = linkOf(name))
+                found->second.macAddress = velmora_com::vta::formatMACAddress(address->data());
+        }
+        return found->second;
+    }
+
+private:
+    std::optional<HardwareAddress> linkOf(const char *name) const {
+        if (const auto exact = m_links.find(name); exact != m_links.end())
+            return exact->second;
+        for (const auto &[linkName, address] : m_links) // an alias: at most one link can be its own
+            if (host::isSameInterface(linkName.data(), name))
+                return address;
+        return std::nullopt;
+    }
+
+    std::unordered_map<std::string_view, HardwareAddress> m_links;
+    std::unordered_map<std::string_view, Facts> m_facts;
+};
+
+const unsigned char *bytesAt(const sockaddr_storage &storage, size_t offset) {
+    return reinterpret_cast<const unsigned char *>(&storage) + offset;
+}
+
+constexpr size_t kIPv4Offset = offsetof(sockaddr_in, sin_addr);
+
+/** Where a mask's bytes begin. Kept: family 0 counts as IPv4, since masks are often listed so, also beside IPv6. */
+std::optional<size_t> maskOffset(sa_family_t family) {
+    switch (family) {
+    case AF_INET:
+    case AF_UNSPEC:
+        return kIPv4Offset;
+    case AF_INET6:
+        return offsetof(sockaddr_in6, sin6_addr);
+    default:
+        return std::nullopt;
+    }
+}
+
+/** The mask as text, in the form of the address's family, whatever family the mask states. */
+std::optional<std::string> maskText(const ifaddrs &entry) {
+    if (!entry.ifa_netmask)
+        return std::nullopt;
+    const auto offset = maskOffset(entry.ifa_netmask->sa_family);
+    if (!offset)
+        return std::nullopt;
+    char text[INET6_ADDRSTRLEN] = {};
+    if (!inet_ntop(entry.ifa_addr->sa_family, bytesAt(storedAddress(*entry.ifa_netmask), *offset), text, sizeof text))
+        return std::nullopt;
+    return std::string(text);
+}
+
+std::string subnetTextIPv4(const sockaddr &address, const sockaddr &mask) {
+    const sockaddr_storage addressBytes = storedAddress(address), maskBytes = storedAddress(mask);
+    unsigned char subnet[sizeof(in_addr)];
+    for (size_t i = 0; i < sizeof subnet; ++i)
+        subnet[i] = *bytesAt(addressBytes, kIPv4Offset + i) & *bytesAt(maskBytes, kIPv4Offset + i);
+    char text[INET_ADDRSTRLEN] = {};
+    inet_ntop(AF_INET, subnet, text, sizeof text);
+    return text;
+}
+
+bool isWanted(const ifaddrs &entry, bool includeLoopback) {
+    if (!entry.ifa_addr || !(entry.ifa_flags & IFF_UP))
+        return false;
+    if ((entry.ifa_flags & IFF_LOOPBACK) && !includeLoopback)
+        return false;
+    return entry.ifa_addr->sa_family == AF_INET || entry.ifa_addr->sa_family == AF_INET6;
+}
+
+/** The record of an entry's address, or nothing when the entry lacks something. */
+std::optional<IPAddress> readAddress(const ifaddrs &entry) {
+    const sa_family_t family = entry.ifa_addr->sa_family;
+    const sockaddr_storage stored = storedAddress(*entry.ifa_addr);
+    auto address = hostText(reinterpret_cast<const sockaddr &>(stored), NI_NUMERICHOST);
+    if (!address)
+        return std::nullopt;
+    if (!openSocket(family, SOCK_DGRAM, 0)) // an address counts only while its family can be used
+        return std::nullopt;
+    auto mask = maskText(entry);
+    if (!mask)
+        return std::nullopt;
+    std::string subnet;
+    if (family == AF_INET) {
+        subnet = subnetTextIPv4(*entry.ifa_addr, *entry.ifa_netmask);
+    } else {
+        address = velmora_com::vta::expandIPV6Address(*address);
+        mask = velmora_com::vta::expandIPV6Address(*mask);
+        subnet = velmora_com::vta::calculateSubNetAddrForV6(*address, *mask);
+    }
+    IPAddress record;
+    record.setOption(velmora_com::vta::IP_PARAM_ADDRESS, *address);
+    record.setOption(velmora_com::vta::IP_PARAM_FAMILY, static_cast<unsigned int>(family));
+    record.setOption(velmora_com::vta::IP_PARAM_SUBNET_MASK, *mask);
+    record.setOption(velmora_com::vta::IP_PARAM_SUBNET_ADDRESS, subnet);
+    return record;
+}
+
+} // namespace
+
+bool addInterfaceEntries(const ifaddrs *entries, bool includeLoopback, NetInterfaceList &list) {
+    InterfaceTable table(entries);
+    bool added = false;
+    for (const ifaddrs *entry = entries; entry; entry = entry->ifa_next) {
+        if (!isWanted(*entry, includeLoopback))
+            continue;
+        const auto address = readAddress(*entry);
+        const InterfaceTable::Facts &facts = table.factsOf(nameOf(*entry));
+        if (!address || !facts.macAddress)
+            continue;
+        NetInterface &record = list.getNetInterface(facts.index);
+        record.setOption(velmora_com::vta::NETINTERFACE_PARAM_INDEX_NAME, std::string(nameOf(*entry)));
+        record.setOption(velmora_com::vta::NETINTERFACE_PARAM_INDEX, facts.index);
+        record.setOption(velmora_com::vta::NETINTERFACE_PARAM_MAC_ADDRESS, *facts.macAddress);
+        record.setOption(velmora_com::vta::NETINTERFACE_PARAM_IP_ADDRESS, *address);
+        added = true;
+    }
+    return added;
+}
+
+} // namespace zor
+
+namespace velmora_com {
+namespace vta {
+
+unsigned int NetInterfaceList::initialize() {
+    return zor::guarded(0u, [&] {
+        ifaddrs *head = nullptr;
+        if (getifaddrs(&head) != 0)
+            return 0u;
+        const zor::InterfaceEntries entries(head);
+        // Kept: the map is not cleared first, so a second call adds every address again.
+        return zor::addInterfaceEntries(entries.get(), m_includeLoopback, *this) ? 1u : 0u;
+    });
+}
+
+bool getNetInterfacesList(NetInterfaceList &list) {
+    return list.initialize() != 0;
+}
+
+} // namespace vta
+} // namespace velmora_com

@@ -1,0 +1,86 @@
+// IPv6 address texts without their brackets and scope, and the scope that a link-local address needs.
+
+#include "zorcomn/network.h"
+
+#include "source/network/ipv6_text.h"
+#include "source/platform/posix.h"
+
+#include <optional>
+
+namespace zor {
+
+namespace {
+
+using velmora_com::vta::NetInterfaceList;
+
+bool isLinkLocal(const std::string &address) {
+    return address.compare(0, 4, "fe80") == 0; // Kept: in lower case only, and not the rest of fe80::/10.
+}
+
+bool isAccepted(const std::string &address) {
+    addrinfo hints{};
+    hints.ai_socktype = SOCK_STREAM;
+    addrinfo *list = nullptr;
+    const bool accepted = getaddrinfo(address.c_str(), nullptr, &hints, &list) == 0;
+    const ResolvedAddresses owner(accepted ? list : nullptr);
+    return accepted;
+}
+
+/** The first interface, loopback left out, with which the resolver accepts a link-local address. */
+std::optional<unsigned int> scopeOf(const std::string &address) {
+    if (!isLinkLocal(address))
+        return std::nullopt;
+    NetInterfaceList interfaces(false);
+    if (interfaces.initialize() == 0)
+        return std::nullopt;
+    for (const unsigned int index : interfaces.getIndexes())
+        if (isAccepted(address + '%' + std::to_string(index)))
+            return index;
+    return std::nullopt;
+}
+
+struct BareAddress {
+    std::string text;
+    bool hadBrackets;
+
+    std::string withBrackets(bool wanted) const { return wanted && hadBrackets ? '[' + text + ']' : text; }
+};
+
+BareAddress bareAddress(const std::string &address) {
+    const auto inner = textBetweenBrackets(address);
+    return {withoutScope(inner ? *inner : address), inner.has_value()};
+}
+
+} // namespace
+
+} // namespace zor
+
+namespace velmora_com {
+namespace vta {
+
+std::string ANetworkUtil::formatV6addr(std::string address, bool keepBrackets) {
+    return zor::guarded(std::string(), [&] { return zor::bareAddress(address).withBrackets(keepBrackets); });
+}
+
+int ANetworkUtil::zorGetScopeId(std::string const &address, unsigned int &scope) {
+    if (m_initialised != 1)
+        return 0;
+    return zor::guarded(0, [&] {
+        const auto found = zor::scopeOf(zor::bareAddress(address).text);
+        scope = found.value_or(scope);
+        return found ? 1 : 0;
+    });
+}
+
+std::string ANetworkUtil::formatV6addrWithScope(std::string address, bool keepBrackets) {
+    return zor::guarded(std::string(), [&] {
+        zor::BareAddress bare = zor::bareAddress(address);
+        unsigned int scope = 0;
+        if (zorGetScopeId(bare.text, scope) != 0)
+            bare.text += '%' + std::to_string(scope);
+        return bare.withBrackets(keepBrackets);
+    });
+}
+
+} // namespace vta
+} // namespace velmora_com

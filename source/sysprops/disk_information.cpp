@@ -1,0 +1,78 @@
+// The disk record: the local file systems that have blocks, with their space in megabytes of 2^20 bytes.
+
+#include "zorcomn/sysprops.h"
+
+#include "source/platform/host.h"
+#include "source/platform/posix.h"
+
+#include <cwchar>
+
+namespace {
+
+using velmora_com::vta::sysprops::get_closest_floor;
+using zor::host::MountedFileSystem;
+
+struct Space {
+    double totalMegabytes;
+    double freeMegabytes;
+};
+
+Space spaceOf(const MountedFileSystem &mounted) {
+    const double blocksPerMegabyte = 1048576.0 / static_cast<double>(mounted.blockSizeBytes);
+    return {static_cast<double>(mounted.blocks) / blocksPerMegabyte,
+            static_cast<double>(mounted.freeBlocks) / blocksPerMegabyte};
+}
+
+/** A remote file system is not this machine's, and one without blocks is none on a disk. */
+bool counts(const MountedFileSystem &mounted) {
+    return mounted.isLocal && mounted.blockSizeBytes != 0 && mounted.blocks != 0;
+}
+
+// Kept: wide printing, whose decimal point is the one of the process's locale.
+std::wstring withTwoDecimals(double megabytes) {
+    wchar_t text[64]; // the largest amount of 64-bit blocks has 23 digits
+    if (std::swprintf(text, sizeof text / sizeof *text, L"%0.2lf", megabytes) < 0)
+        return {};
+    return text;
+}
+
+std::wstring freeText(const Space &space) {
+    return withTwoDecimals(get_closest_floor<double>(space.freeMegabytes, space.totalMegabytes, 0.0, 20));
+}
+
+} // namespace
+
+namespace velmora_com {
+namespace vta {
+namespace sysprops {
+
+bool ISysProps::GetDiskInformation(DiskInformation &info) {
+    return zor::guarded(true, [&] {
+        int count = 0;
+        Space sum = {0.0, 0.0};
+        decltype(info.FileSystems) found;
+        for (const MountedFileSystem &mounted :
+             zor::host::mountedFileSystems().value_or(std::vector<MountedFileSystem>())) {
+            if (!counts(mounted))
+                continue;
+            const Space space = spaceOf(mounted);
+            sum.totalMegabytes += space.totalMegabytes;
+            sum.freeMegabytes += space.freeMegabytes;
+            // Kept: of several on one mount point the first is listed, but all are counted.
+            found.emplace(sysprops_ansi_to_wide(mounted.mountPoint),
+                          std::make_pair(withTwoDecimals(space.totalMegabytes), freeText(space)));
+            ++count;
+        }
+        // Kept: the table is not cleared; what an earlier run found on other mount points stays.
+        for (auto &entry : found)
+            info.FileSystems[entry.first] = std::move(entry.second);
+        info.NumberOfFileSystems = std::to_wstring(count);
+        info.TotalDiskSpace = withTwoDecimals(sum.totalMegabytes);
+        info.FreeDiskSpace = freeText(sum);
+        return true;
+    });
+}
+
+} // namespace sysprops
+} // namespace vta
+} // namespace velmora_com

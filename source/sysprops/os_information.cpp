@@ -1,0 +1,153 @@
+// The operating system record: three fixed texts, the version and build from the version file, then two questions to
+// the system's own commands, whether it is a server and whether it runs in 64-bit mode.
+
+#include "source/sysprops/os_information.h"
+
+#include "source/platform/host.h"
+#include "source/platform/posix.h"
+#include "source/utilities/command_output.h"
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/utsname.h>
+
+namespace {
+
+using namespace velmora_com::vta::sysprops;
+
+constexpr char kVersionFile[] = "/System/Library/CoreServices/SystemVersion.plist";
+constexpr off_t kMaxVersionFileBytes = off_t{16} * 1024 * 1024;
+constexpr size_t kTextSize = 256; // of a text looked up, terminator included
+constexpr size_t kMaxProductNameBytes = 30;
+constexpr size_t kMaxBitModeBytes = 4;
+
+struct Version {
+    std::string version;
+    std::string build;
+};
+
+/** The content of the version file; nothing when it is missing, empty, unreadable or too large to be one. */
+std::optional<std::string> readVersionFile(const char *path) {
+    struct stat facts;
+    if (stat(path, &facts) != 0 || facts.st_size <= 0 || facts.st_size > kMaxVersionFileBytes)
+        return std::nullopt;
+    const zor::Descriptor file(zor::retryInterrupted([&] { return open(path, O_RDONLY | O_CLOEXEC); }));
+    if (!file)
+        return std::nullopt;
+    std::string content(static_cast<size_t>(facts.st_size), '\0');
+    size_t length = 0;
+    while (length < content.size()) {
+        const ssize_t got =
+            zor::retryInterrupted([&] { return read(file.get(), &content[length], content.size() - length); });
+        if (got < 0)
+            return std::nullopt;
+        if (got == 0)
+            break;
+        length += static_cast<size_t>(got);
+    }
+    content.resize(length);
+    if (content.empty() || content.front() == '\0')
+        return std::nullopt;
+    return content;
+}
+
+/** The version and build that the list names; nothing when it does not parse, lacks the version, or holds no text for
+ * either key, or one that its place cannot take. */
+std::optional<Version> lookUpVersion(const std::string &list) {
+    std::optional<std::vector<std::optional<std::string>>> texts =
+        zor::host::lookUpInPropertyList(list, {"ProductVersion", "ProductBuildVersion"});
+    if (!texts || texts->size() != 2 || !texts->at(0))
+        return std::nullopt;
+    // Kept: without a build the version stands in for it.
+    Version version{*texts->at(0), texts->at(1) ? *texts->at(1) : *texts->at(0)};
+    if (version.version.size() >= kTextSize || version.build.size() >= kTextSize)
+        return std::nullopt;
+    return version;
+}
+
+/** The parts between dots, the first four of them; the rest stay empty. */
+std::array<std::string, 4> versionParts(std::string version) {
+    std::array<std::string, 4> parts;
+    char *rest = nullptr;
+    char *part = strtok_r(version.data(), ".", &rest);
+    for (size_t i = 0; part && i < parts.size(); ++i) {
+        parts[i] = part;
+        part = strtok_r(nullptr, ".", &rest);
+    }
+    return parts;
+}
+
+/** The number that text begins with, as large as fits; 0 for none. */
+int leadingNumber(const std::string &text) {
+    const long number = std::strtol(text.c_str(), nullptr, 10);
+    return static_cast<int>(std::clamp<long>(number, INT_MIN, INT_MAX));
+}
+
+bool isServer(int major, int minor) {
+    if (major <= 9)
+        return false;
+    const char *const command = minor > 7 ? "serverinfo --productname" : "sw_vers -productName";
+    return strcasestr(zor::commandOutput(command, kMaxProductNameBytes).value_or("").c_str(), "server") != nullptr;
+}
+
+const wchar_t *bitMode(const std::string &machine) {
+    if (machine.find("_64") != std::string::npos)
+        return L"1";
+    if (machine.find("86") != std::string::npos)
+        return L"0";
+    const std::optional<std::string> answer =
+        zor::commandOutput("sysctl hw | grep 64bit | awk '{ print $2 }'", kMaxBitModeBytes);
+    if (!answer)
+        return L"-1";
+    return leadingNumber(*answer) != 0 ? L"1" : L"0";
+}
+
+std::string machineType() {
+    utsname system;
+    return uname(&system) < 0 ? std::string() : std::string(system.machine);
+}
+
+} // namespace
+
+namespace zor {
+
+bool collectOSInformation(const char *versionFile, const std::string &machine, OSInformation &info) {
+    info.PlatformID = platform_mac;
+    info.OSType = os_mac;
+    info.OSOEMId = os_mac_oemid;
+    const std::optional<std::string> list = readVersionFile(versionFile);
+    const std::optional<Version> version = list ? lookUpVersion(*list) : std::nullopt;
+    if (!version)
+        return false;
+    const std::array<std::string, 4> parts = versionParts(version->version);
+    // Kept: the first dot is there even when nothing follows it.
+    info.OSVersion = sysprops_ansi_to_wide(parts[0]) + L"." + sysprops_ansi_to_wide(parts[1]);
+    if (!parts[2].empty()) {
+        info.OSCsdVersion = sysprops_ansi_to_wide(parts[2]);
+        info.OSVersion += L"." + info.OSCsdVersion;
+    }
+    info.OSBuildNum = sysprops_ansi_to_wide(version->build);
+    info.OSPlatform = isServer(leadingNumber(parts[0]), leadingNumber(parts[1])) ? p_server : p_workstation;
+    info.OSBitMode = bitMode(machine);
+    return true;
+}
+
+} // namespace zor
+
+namespace velmora_com {
+namespace vta {
+namespace sysprops {
+
+bool ISysProps::GetOSInformation(OSInformation &info) {
+    return zor::guarded(false, [&] { return zor::collectOSInformation(kVersionFile, machineType(), info); });
+}
+
+} // namespace sysprops
+} // namespace vta
+} // namespace velmora_com

@@ -1,0 +1,104 @@
+// Whether a package that supports some platforms may run on this one.
+
+#include "zorcomn/utilities.h"
+
+#include "source/portability/error_cell.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstring>
+
+namespace {
+
+constexpr uint32_t kMatch = 0;
+constexpr uint32_t kOtherVersion = 1;
+
+using PlatformText = std::array<char, 260>;
+using Version = std::array<int32_t, 3>; // major, minor, build
+
+/** Copies a text with its blanks left out; false when it is longer than 259 characters then. */
+bool copyWithoutBlanks(PlatformText &copy, const char *text) {
+    size_t length = 0;
+    for (; *text; ++text) {
+        if (*text == ' ')
+            continue;
+        if (length + 1 == copy.size())
+            return false;
+        copy[length++] = *text;
+    }
+    copy[length] = '\0';
+    return true;
+}
+
+/** Splits a text at its first ':'; null when it has none. */
+char *splitAtColon(char *text) {
+    char *const colon = std::strchr(text, ':');
+    if (colon)
+        *colon = '\0';
+    return colon ? colon + 1 : nullptr;
+}
+
+/** Reads a number like scanf's %d - white space, a sign, digits - and leaves one beyond 32 bits at their limit. */
+bool readNumber(const char *&text, int32_t &number) {
+    constexpr int64_t kLimit = int64_t{1} << 31;
+    const char *next = text + std::strspn(text, "\t\n\v\f\r");
+    const bool isNegative = *next == '-';
+    if (isNegative || *next == '+')
+        ++next;
+    if (*next < '0' || *next > '9')
+        return false;
+    int64_t value = 0;
+    for (; *next >= '0' && *next <= '9'; ++next)
+        value = std::min(value * 10 + (*next - '0'), kLimit);
+    number = static_cast<int32_t>(isNegative ? -value : std::min(value, kLimit - 1));
+    text = next;
+    return true;
+}
+
+/** Reads up to three numbers with ':' between them; those that are not there keep their values. */
+void readVersion(const char *text, Version &version) {
+    for (size_t i = 0; readNumber(text, version[i]); ++text)
+        if (++i == version.size() || *text != ':')
+            return;
+}
+
+/** A version as one number; minor and build carry into, or with a sign borrow from, what is above them. */
+uint64_t valueOf(const Version &version) {
+    const auto extended = [](int32_t number) { return static_cast<uint64_t>(int64_t{number}); };
+    return (extended(version[0]) << 32) + (extended(version[1]) << 16) + extended(version[2]);
+}
+
+} // namespace
+
+uint32_t qelcomn_IsPlatformMatch(const char *currentPlatform, const char *supportedPlatforms) {
+    PlatformText current;
+    PlatformText list;
+    if (!currentPlatform || !supportedPlatforms || !copyWithoutBlanks(current, currentPlatform) ||
+        !copyWithoutBlanks(list, supportedPlatforms))
+        return zor::kFailure;
+    Version currentVersion{};
+    if (const char *numbers = splitAtColon(current.data()))
+        readVersion(numbers, currentVersion);
+    const uint64_t value = valueOf(currentVersion);
+
+    uint32_t result = zor::kFailure;
+    // Kept: set once; a range without a high part, or with fewer numbers, goes on with those of the ranges before it.
+    Version low{0, 0, 0};
+    Version high{65535, -1, 65535};
+    char *rest = nullptr;
+    for (char *name = qelTstrtok_r(list.data(), "|", &rest); name; name = qelTstrtok_r(nullptr, "|", &rest)) {
+        const char *range = splitAtColon(name);
+        if (!std::strstr(current.data(), name)) // Kept: MAC names MACX too
+            continue;
+        if (!range)
+            return kMatch;
+        readVersion(range, low);
+        if (const char *dash = std::strchr(range, '-'))
+            readVersion(dash + 1, high);
+        if (valueOf(low) <= value && value <= valueOf(high))
+            return kMatch;
+        result = kOtherVersion;
+    }
+    return result;
+}
