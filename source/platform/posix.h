@@ -41,6 +41,21 @@ private:
     int m_cancelState;
 };
 
+/** Holds cancellation off for the life of a call: what its header does not name as a cancellation point begins with
+ * one. errno passes through. */
+class UncancellableScope {
+public:
+    UncancellableScope() : m_cancelState(PTHREAD_CANCEL_ENABLE) {
+        pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_cancelState);
+    }
+    ~UncancellableScope() { pthread_setcancelstate(m_cancelState, nullptr); }
+    UncancellableScope(const UncancellableScope &) = delete;
+    UncancellableScope &operator=(const UncancellableScope &) = delete;
+
+private:
+    int m_cancelState;
+};
+
 template <auto release> struct Releaser {
     template <class T> void operator()(T *object) const {
         CleanUpScope quiet;
