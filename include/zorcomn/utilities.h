@@ -297,8 +297,8 @@ ZORCOMN_API uint32_t qelcomn_get_user_name(char *buffer, uint32_t size);
  * @param currentPlatform     name, or name:major:minor:build; numbers not given are 0. Null is refused.
  * @param supportedPlatforms  platforms with '|' between them, each name, name:low or name:low-high, low and high being
  *                            major:minor:build. An empty name with a range occurs in every name. Null is refused.
- * Both are refused when they are longer than 259 bytes without their blanks.
- * @return 0 match; 1 a name matched, but no range held the version; 0x80000008 no name matched, or refused.
+ * Both may have any length.
+ * @return 0 match; 1 a name matched, but no range held the version; 0x80000008 no name matched, refused or no memory.
  * Error cell: untouched.  Threads: safe.  Owns: nothing.
  */
 ZORCOMN_API uint32_t qelcomn_IsPlatformMatch(const char *currentPlatform, const char *supportedPlatforms);

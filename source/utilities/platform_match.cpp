@@ -2,33 +2,29 @@
 
 #include "zorcomn/utilities.h"
 
+#include "source/platform/posix.h"
 #include "source/portability/error_cell.h"
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstring>
+#include <string>
 
 namespace {
 
 constexpr uint32_t kMatch = 0;
 constexpr uint32_t kOtherVersion = 1;
 
-using PlatformText = std::array<char, 260>;
 using Version = std::array<int32_t, 3>; // major, minor, build
 
-/** Copies a text with its blanks left out; false when it is longer than 259 characters then. */
-bool copyWithoutBlanks(PlatformText &copy, const char *text) {
-    size_t length = 0;
-    for (; *text; ++text) {
-        if (*text == ' ')
-            continue;
-        if (length + 1 == copy.size())
-            return false;
-        copy[length++] = *text;
-    }
-    copy[length] = '\0';
-    return true;
+/** A text with its blanks left out. */
+std::string withoutBlanks(const char *text) {
+    std::string copy;
+    for (; *text; ++text)
+        if (*text != ' ')
+            copy += *text;
+    return copy;
 }
 
 /** Splits a text at its first ':'; null when it has none. */
@@ -69,14 +65,7 @@ uint64_t valueOf(const Version &version) {
     return (extended(version[0]) << 32) + (extended(version[1]) << 16) + extended(version[2]);
 }
 
-} // namespace
-
-uint32_t qelcomn_IsPlatformMatch(const char *currentPlatform, const char *supportedPlatforms) {
-    PlatformText current;
-    PlatformText list;
-    if (!currentPlatform || !supportedPlatforms || !copyWithoutBlanks(current, currentPlatform) ||
-        !copyWithoutBlanks(list, supportedPlatforms))
-        return zor::kFailure;
+uint32_t match(std::string current, std::string list) {
     Version currentVersion{};
     if (const char *numbers = splitAtColon(current.data()))
         readVersion(numbers, currentVersion);
@@ -101,4 +90,13 @@ uint32_t qelcomn_IsPlatformMatch(const char *currentPlatform, const char *suppor
         result = kOtherVersion;
     }
     return result;
+}
+
+} // namespace
+
+uint32_t qelcomn_IsPlatformMatch(const char *currentPlatform, const char *supportedPlatforms) {
+    if (!currentPlatform || !supportedPlatforms)
+        return zor::kFailure;
+    return zor::guarded(zor::kFailure,
+                        [&] { return match(withoutBlanks(currentPlatform), withoutBlanks(supportedPlatforms)); });
 }

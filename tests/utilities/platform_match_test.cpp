@@ -1,5 +1,7 @@
 #include "zorcomn/utilities.h"
 
+#include "tests/support/failing_calls.h"
+
 #include <string>
 
 #include <gtest/gtest.h>
@@ -147,19 +149,28 @@ TEST(PlatformMatch, Numbers_AreReadLikeScanf) {
     expectResults(kRows);
 }
 
-TEST(PlatformMatch, TextsUpTo259Characters_CountWithoutTheirBlanks) {
-    const std::string longName(259, 'M');
-    EXPECT_EQ(qelcomn_IsPlatformMatch(longName.c_str(), longName.c_str()), kMatch);
-    EXPECT_EQ(qelcomn_IsPlatformMatch((longName + "   ").c_str(), ("  " + longName).c_str()), kMatch);
-    EXPECT_EQ(qelcomn_IsPlatformMatch((std::string(5000, ' ') + "MACX").c_str(), "MAC"), kMatch);
+TEST(PlatformMatch, TextsOfAnyLength_AreMatched) {
+    for (const size_t length : {1u, 259u, 260u, 100000u}) {
+        const std::string name(length, 'M');
+        EXPECT_EQ(qelcomn_IsPlatformMatch(name.c_str(), name.c_str()), kMatch) << length;
+        EXPECT_EQ(qelcomn_IsPlatformMatch((name + "   ").c_str(), ("  " + name).c_str()), kMatch) << length;
+        EXPECT_EQ(qelcomn_IsPlatformMatch(name.c_str(), (name + "X").c_str()), kNoMatch) << length;
+        EXPECT_EQ(qelcomn_IsPlatformMatch((name + ":10:4:11").c_str(), (name + ":10:5:0").c_str()), kOtherVersion);
+        EXPECT_EQ(qelcomn_IsPlatformMatch("MACX", (std::string(length, '|') + "WNT|MAC").c_str()), kMatch) << length;
+        EXPECT_EQ(qelcomn_IsPlatformMatch("M", (std::string(length, '|') + "MX").c_str()), kNoMatch) << length;
+        EXPECT_EQ(qelcomn_IsPlatformMatch((std::string(length, ' ') + "MACX").c_str(), "MAC"), kMatch) << length;
+    }
 }
 
-TEST(PlatformMatch, LongerTexts_AreRefused) {
-    const std::string tooLong(260, 'M');
-    EXPECT_EQ(qelcomn_IsPlatformMatch(tooLong.c_str(), "M"), kNoMatch);
-    EXPECT_EQ(qelcomn_IsPlatformMatch("M", ("M|" + tooLong).c_str()), kNoMatch);
-    EXPECT_EQ(qelcomn_IsPlatformMatch("M", (std::string(258, '|') + "MX").c_str()), kNoMatch)
-        << "cut, the list would name M";
+TEST(PlatformMatch, NoMemory_IsRefusedAndThrowsNothing) {
+    const std::string name(300, 'M');
+    bool wasReached = true;
+    for (int nth = 1; wasReached; ++nth) {
+        const zor::test::FailingCall failing("operator new", nth);
+        const uint32_t result = qelcomn_IsPlatformMatch(name.c_str(), name.c_str());
+        wasReached = failing.wasReached();
+        EXPECT_EQ(result, wasReached ? kNoMatch : kMatch) << nth;
+    }
 }
 
 TEST(PlatformMatch, Null_IsRefused) {
