@@ -305,8 +305,8 @@ public:
      * @param socket   a descriptor of any number, also one too large for select.
      * @param address  where to; null is refused.
      * @param length   its size in bytes; negative is refused.
-     * @param seconds  the limit, 1 to 2147483647; a larger one cannot be waited for and fails unless the connection
-     *                 is made at once. 0: a plain blocking connect, which takes as long as the system lets it.
+     * @param seconds  the limit; beyond 2147483647 it is that, the longest there is. 0: a plain blocking connect, which
+     *                 takes as long as the system lets it.
      * @return 0 connected, -1 failed or time ran out.
      * Error cell: untouched; errno as the failing call left it, ETIMEDOUT when time ran out.
      * Threads: safe; blocks, a cancellation point. A signal does not end the wait.
@@ -385,7 +385,7 @@ public:
      * @param local     [out] the address in the form of expandIPV6Address; untouched unless the result is 0.
      * @param ipv4Only  true: IPv4 addresses of the peer only.
      * @param seconds   limit for each address, as for ConnectWithTimeout, whose idea of a connection counts here: a
-     *                  limit lets a refused one pass. Negative limits fail unless the connection is made at once.
+     *                  limit lets a refused one pass. A negative limit is the longest there is.
      * @param flags     for getnameinfo: NI_NUMERICHOST gives a number.
      * @return 0; -1 when no address could be connected to; else getaddrinfo's own error number.
      * Error cell: untouched.  Threads: as getaddrinfo; blocks, a cancellation point.  Owns: nothing stays open.

@@ -17,7 +17,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr unsigned int kLongestWaitSeconds = 0x7FFFFFFF;
+constexpr unsigned int kLongestWaitSeconds = 0x7FFFFFFF; // what a time of 32 bits can say
 constexpr int kWithoutLimit = -1;
 
 /** Waits until a socket is writable or in error, as select's write set would, but for a descriptor of any number. */
@@ -38,11 +38,7 @@ int millisecondsUntil(Clock::time_point deadline) {
 }
 
 bool becomesWritable(int socket, unsigned int seconds) {
-    if (seconds > kLongestWaitSeconds) {
-        errno = EINVAL;
-        return false;
-    }
-    const auto deadline = Clock::now() + std::chrono::seconds(seconds);
+    const auto deadline = Clock::now() + std::chrono::seconds(std::min(seconds, kLongestWaitSeconds));
     for (;;) {
         const int left = millisecondsUntil(deadline);
         if (isWritableWithin(socket, left))
@@ -86,10 +82,12 @@ namespace velmora_com {
 namespace vta {
 
 bool ANetworkUtil::makeSocketNonBlocking(int socket) {
+    const zor::UncancellableScope uncancellable;
     const int flags = fcntl(socket, F_GETFL);
     return fcntl(socket, F_SETFL, flags == -1 ? O_NONBLOCK : flags | O_NONBLOCK) != -1;
 }
 
+// A cancellation point: whatever it calls, it holds nothing.
 int ANetworkUtil::ConnectWithTimeout(int socket, sockaddr *address, int length, unsigned int seconds) {
     if (!address || length < 0) {
         errno = EINVAL;
