@@ -430,7 +430,7 @@ ZORCOMN_API std::wstring getDomainName();
 
 /** The machine's full name: the official name that gethostbyname gives for gethostname; where the resolver does not
  * know it, the host name, '.' and the NIS domain, the '.' also when that domain is empty.
- * @return the name; "N/A" when there is no host name.
+ * @return the name; "N/A" when there is no host name, or no memory. Asks the resolver once.
  * Error cell: untouched.  Threads: as getDomainName.  Owns: the text is the caller's.
  */
 ZORCOMN_API std::wstring getFqdnAddress();

@@ -266,7 +266,7 @@ public:
      * @return false when no interface that is up has an address, when the system's list cannot be read or memory runs
      *         out, else true.
      * Error cell: untouched.  Threads: safe on different records, beside no updateLocalIP; blocks while the resolver
-     * works.  Owns: nothing.
+     * works, which is asked once.  Owns: nothing.
      */
     ZORCOMN_API bool GetNetworkInformation(NetworkInformation &info);
     /** Fills the record of logged-on users, time zone, language and time of the collection. Sources: the login records
@@ -303,7 +303,7 @@ public:
 
     /* One property of a known group. Each runs its group's collector on the object's record, whatever the name, and
      * returns the field that holds the property, "N/A" for a name outside the group, an empty text when there is no
-     * memory.
+     * memory. The resolver is asked only for "DomainName" (when no NIS domain is set) and "IPHostName".
      * Error cell: untouched.  Threads: one object, one thread at a time.  Owns: nothing. */
 
     /** Collects the network record; the names are those of IsNetworkProperty. */

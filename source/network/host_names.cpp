@@ -1,13 +1,13 @@
 // The machine's domain and its full name, from the system's own names and the resolver. Neither fails: what cannot be
 // found is "N/A".
 
+#include "source/network/host_names.h"
+
 #include "zorcomn/network.h"
 
 #include "source/platform/host.h"
 #include "source/platform/posix.h"
 #include "source/portability/transcoding.h"
-
-#include <optional>
 
 #include <unistd.h>
 
@@ -24,40 +24,52 @@ std::optional<std::string> ownHostName() {
     return std::string(name);
 }
 
-std::optional<std::string> domainName() {
-    auto nisDomain = host::nisDomainName();
-    if (nisDomain && !nisDomain->empty())
-        return nisDomain;
-    const auto name = ownHostName();
-    const auto official = name ? host::officialHostName(name->c_str()) : std::nullopt;
-    if (!official)
-        return std::nullopt;
-    const size_t dot = official->find('.');
-    if (dot == std::string::npos)
-        return std::nullopt;
-    return official->substr(dot + 1);
-}
-
-std::optional<std::string> fullHostName() {
-    auto name = ownHostName();
-    if (!name)
-        return std::nullopt;
-    if (auto official = host::officialHostName(name->c_str()))
-        return official;
-    // Kept: an empty NIS domain still brings its dot; callers know a name that the resolver lacks by it.
-    if (const auto nisDomain = host::nisDomainName())
-        return *name + "." + *nisDomain;
-    return name;
-}
-
-std::wstring wideOrNotAvailable(std::optional<std::string> (*read)()) {
+std::wstring oneName(std::optional<std::string> (HostNames::*name)()) {
+    const UncancellableScope uncancellable;
     return guarded(std::wstring(kNotAvailable), [&] {
-        const auto text = read();
-        return text ? wideOf(*text) : std::wstring(kNotAvailable);
+        HostNames names;
+        return wideOrNotAvailable((names.*name)());
     });
 }
 
 } // namespace
+
+const std::optional<std::string> &HostNames::own() {
+    if (!m_own)
+        m_own = ownHostName();
+    return *m_own;
+}
+
+const std::optional<std::string> &HostNames::official() {
+    if (!m_official)
+        m_official = own() ? host::officialHostName(own()->c_str()) : std::nullopt;
+    return *m_official;
+}
+
+std::optional<std::string> HostNames::domain() {
+    auto nisDomain = host::nisDomainName();
+    if (nisDomain && !nisDomain->empty())
+        return nisDomain;
+    if (!official())
+        return std::nullopt;
+    const size_t dot = official()->find('.');
+    if (dot == std::string::npos)
+        return std::nullopt;
+    return official()->substr(dot + 1);
+}
+
+std::optional<std::string> HostNames::full() {
+    if (!own() || official())
+        return official();
+    // Kept: an empty NIS domain still brings its dot; callers know a name that the resolver lacks by it.
+    if (const auto nisDomain = host::nisDomainName())
+        return *own() + "." + *nisDomain;
+    return own();
+}
+
+std::wstring wideOrNotAvailable(const std::optional<std::string> &name) {
+    return name ? wideOf(*name) : std::wstring(kNotAvailable);
+}
 
 } // namespace zor
 
@@ -65,11 +77,11 @@ namespace velmora_com {
 namespace vta {
 
 std::wstring getDomainName() {
-    return zor::wideOrNotAvailable(zor::domainName);
+    return zor::oneName(&zor::HostNames::domain);
 }
 
 std::wstring getFqdnAddress() {
-    return zor::wideOrNotAvailable(zor::fullHostName);
+    return zor::oneName(&zor::HostNames::full);
 }
 
 } // namespace vta

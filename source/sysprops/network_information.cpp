@@ -3,10 +3,12 @@
 
 #include "source/sysprops/network_information.h"
 
+#include "source/network/host_names.h"
 #include "source/platform/posix.h"
+#include "source/portability/transcoding.h"
 
 #include <list>
-#include <optional>
+#include <utility>
 
 #include <sys/socket.h>
 
@@ -17,17 +19,18 @@ namespace {
 using velmora_com::vta::IPAddress;
 using velmora_com::vta::NetInterface;
 using velmora_com::vta::NetInterfaceList;
+using velmora_com::vta::sysprops::DefaultProp_Val;
+using velmora_com::vta::sysprops::ISysProps;
 using velmora_com::vta::sysprops::NetworkInformation;
-using velmora_com::vta::sysprops::sysprops_ansi_to_wide;
 
 void reportSubnet(const IPAddress &address, NetworkInformation &info) {
-    info.SubnetAddress = sysprops_ansi_to_wide(address.getSubNetAddr());
-    info.SubnetMask = sysprops_ansi_to_wide(address.getSubNetMask());
+    info.SubnetAddress = wideOf(address.getSubNetAddr());
+    info.SubnetMask = wideOf(address.getSubNetMask());
 }
 
 void reportAddress(const NetInterface &carrier, const IPAddress &address, NetworkInformation &info) {
-    info.IPAddress = sysprops_ansi_to_wide(address.getIPAddress());
-    info.NETAddress = sysprops_ansi_to_wide(carrier.getMACAddress());
+    info.IPAddress = wideOf(address.getIPAddress());
+    info.NETAddress = wideOf(carrier.getMACAddress());
     reportSubnet(address, info);
 }
 
@@ -78,6 +81,25 @@ void reportRepresentativeAddress(NetInterfaceList &interfaces, const std::string
         reportFirstOfAll(interfaces, info);
 }
 
+bool collectNetworkInformation(WantedNames names, NetworkInformation &info) {
+    NetworkInformation collected = info; // the record is written when all of it is there
+    std::string computerName;
+    collected.ComputerName =
+        velmora_com::vta::sysprops::getComputerName(computerName) ? wideOf(computerName) : DefaultProp_Val;
+    HostNames hostNames;
+    if (names.domain)
+        collected.DomainName = wideOrNotAvailable(hostNames.domain());
+    if (names.full)
+        collected.IPHostName = wideOrNotAvailable(hostNames.full());
+    collected.IPXAddress = DefaultProp_Val;
+    NetInterfaceList interfaces(false);
+    const bool isListed = getNetInterfacesList(interfaces);
+    if (isListed)
+        reportRepresentativeAddress(interfaces, utf8Of(ISysProps::GetLastKnownLocalIP()), collected);
+    info = std::move(collected);
+    return isListed;
+}
+
 } // namespace zor
 
 namespace velmora_com {
@@ -85,18 +107,8 @@ namespace vta {
 namespace sysprops {
 
 bool ISysProps::GetNetworkInformation(NetworkInformation &info) {
-    return zor::guarded(false, [&] {
-        std::string computerName;
-        info.ComputerName = getComputerName(computerName) ? sysprops_ansi_to_wide(computerName) : DefaultProp_Val;
-        info.DomainName = getDomainName();
-        info.IPHostName = getFqdnAddress();
-        info.IPXAddress = DefaultProp_Val;
-        NetInterfaceList interfaces(false);
-        if (!getNetInterfacesList(interfaces))
-            return false;
-        zor::reportRepresentativeAddress(interfaces, sysprops_wide_to_ansi(GetLastKnownLocalIP()), info);
-        return true;
-    });
+    const zor::UncancellableScope uncancellable;
+    return zor::guarded(false, [&] { return zor::collectNetworkInformation({true, true}, info); });
 }
 
 } // namespace sysprops

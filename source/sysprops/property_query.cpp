@@ -1,7 +1,9 @@
 // One property by its name: the first group that knows the name collects its record and answers. Nothing is remembered
-// between queries but what the object's records hold.
+// between queries but what the object's records hold. A name server is asked only for a property whose value depends on
+// it.
 
 #include "source/platform/posix.h"
+#include "source/sysprops/network_information.h"
 #include "source/sysprops/property_groups.h"
 
 #include <algorithm>
@@ -73,13 +75,15 @@ bool ISysProps::IsOSProperty(const std::wstring &name) {
 }
 
 std::wstring ISysProps::GetOneNetworkProperty(const std::wstring &name) {
+    const zor::UncancellableScope uncancellable;
     return zor::guarded(std::wstring(), [&] {
-        GetNetworkInformation(m_network);
+        zor::collectNetworkInformation({name == DomainName_Key, name == IPHostName_Key}, m_network);
         return answer(m_network, zor::kNetworkFields, name);
     });
 }
 
 std::wstring ISysProps::GetOneCPUProperty(const std::wstring &name) {
+    const zor::UncancellableScope uncancellable;
     return zor::guarded(std::wstring(), [&] {
         GetCPUInformation(m_cpu);
         return answer(m_cpu, zor::kProcessorFields, name);
@@ -87,6 +91,7 @@ std::wstring ISysProps::GetOneCPUProperty(const std::wstring &name) {
 }
 
 std::wstring ISysProps::GetOneMemoryProperty(const std::wstring &name) {
+    const zor::UncancellableScope uncancellable;
     return zor::guarded(std::wstring(), [&] {
         GetMemoryInformation(m_memory);
         return answer(m_memory, zor::kMemoryFields, name);
@@ -94,6 +99,7 @@ std::wstring ISysProps::GetOneMemoryProperty(const std::wstring &name) {
 }
 
 std::wstring ISysProps::GetOneMiscProperty(const std::wstring &name) {
+    const zor::UncancellableScope uncancellable;
     return zor::guarded(std::wstring(), [&] {
         GetMiscInformation(m_misc);
         return answer(m_misc, zor::kMiscFields, name);
@@ -101,6 +107,7 @@ std::wstring ISysProps::GetOneMiscProperty(const std::wstring &name) {
 }
 
 std::wstring ISysProps::GetOneDiskProperty(const std::wstring &name) {
+    const zor::UncancellableScope uncancellable;
     return zor::guarded(std::wstring(), [&] {
         GetDiskInformation(m_disk);
         return answer(m_disk, zor::kDiskFields, name);
@@ -108,6 +115,7 @@ std::wstring ISysProps::GetOneDiskProperty(const std::wstring &name) {
 }
 
 std::wstring ISysProps::GetOneOSProperty(const std::wstring &name) {
+    const zor::UncancellableScope uncancellable;
     return zor::guarded(std::wstring(), [&] {
         GetOSInformation(m_os);
         return answer(m_os, zor::kOperatingSystemFields, name);

@@ -3,6 +3,8 @@
 
 #include "zorcomn/sysprops.h"
 
+#include "source/sysprops/network_information.h"
+
 #include <algorithm>
 #include <iterator>
 #include <map>
@@ -18,6 +20,7 @@ namespace {
 
 std::vector<std::string> runs; // which collectors ran, in order
 bool collectorsFail = false;   // they then write nothing
+std::string namesWanted;       // of the machine, by the last network collection
 
 std::wstring collected(const wchar_t *field) {
     return std::to_wstring(runs.size()) + L":" + field;
@@ -32,6 +35,11 @@ bool starts(const char *collector) {
 } // namespace
 
 bool ISysProps::GetNetworkInformation(NetworkInformation &info) {
+    return zor::collectNetworkInformation({true, true}, info);
+}
+
+bool zor::collectNetworkInformation(WantedNames names, NetworkInformation &info) {
+    namesWanted = std::string(names.domain ? "domain " : "") + (names.full ? "full" : "");
     if (!starts("network"))
         return false;
     info.DomainName = collected(L"DomainName");
@@ -192,6 +200,22 @@ TEST_F(PropertyGroup, NamesOfTheGroup_AreAnsweredByOneRunOfItsCollector) {
             EXPECT_EQ((props.*group.getOne)(name), L"1:" + name);
             EXPECT_EQ(runs, std::vector<std::string>{group.collector});
         }
+}
+
+TEST_F(PropertyGroup, NetworkProperty_AsksForNoMoreOfTheMachinesNamesThanItsValueNeeds) {
+    ISysProps props;
+    for (const std::wstring &name : kGroups[0].names) {
+        props.GetOneNetworkProperty(name);
+        EXPECT_EQ(namesWanted, name == L"DomainName"   ? "domain "
+                               : name == L"IPHostName" ? "full"
+                                                       : "")
+            << printable(name);
+    }
+    props.GetOneNetworkProperty(L"OSType");
+    EXPECT_EQ(namesWanted, "");
+    std::map<std::wstring, std::wstring> all;
+    props.GetAllSystemProperties(all);
+    EXPECT_EQ(namesWanted, "domain full");
 }
 
 TEST_F(PropertyGroup, NameOutsideTheGroup_IsNotAvailable_Kept) {
