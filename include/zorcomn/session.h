@@ -15,8 +15,11 @@ namespace velmora_com {
 namespace vta {
 
 /* Who is logged on. Collections read the login records from the database's current position, start a directory command
- * per user whose account names no domain, and write diagnostic lines to standard output; both the position and the
- * child processes are the process's own, so callers run one collection at a time. Nothing is thrown. */
+ * per user whose account names no domain, and write diagnostic lines to standard output. The position is the process's
+ * own and guarded: collections side by side, from whatever threads and objects, each get all records, and only their
+ * diagnostic lines mix. Code outside the library that reads the database (getutxent) is not guarded against. Nothing is
+ * thrown: where memory runs out, a text that is returned is empty, a result is untouched, and a look-up counts as
+ * failed. No function here is a cancellation point. */
 namespace session {
 
 /** The stream of the diagnostic lines: the process's standard output. They are written as plain text, buffered as the
@@ -79,18 +82,20 @@ ZORCOMN_API bool FindDomainName(const std::string &user, std::string &domain);
  * @param domain     [out] the domains, in lower case, trimmed with trimmer; emptied when there is an answer but no
  *                   domain in it, untouched when there is no answer.
  * @return whether the answer names a domain.
- * Error cell: untouched.  Threads: one collection or directory look-up at a time.  Owns: nothing.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
  */
 ZORCOMN_API bool FindDomainNameViaDscl(const std::string &user, std::string attribute, std::string &domain);
 
 /** Collects the users of all login records of type 7 (user processes), each decided by the primary group, then by the
  * directory's userPrincipalName, then by its OriginalAuthenticationAuthority; a user for whom all three fail is local.
- * Source: getutxent, from the database's current position on. Afterwards the position is the first record again; the
- * database is not closed. Writes a line per record and per user found, and one before and after.
+ * Source: getutxent, from the database's current position on. Once all are read, and before a user is looked up, the
+ * position is the first record again; the database is not closed. Writes a line per record and per user found, and one
+ * before and after.
  * @param networkUsers  [in, out] entries domain\user in lower case are added, one per domain of a user.
  * @param localUsers    [in, out] user names in lower case are added, unless networkOnly.
  * @param networkOnly   leaves local users out; network users are collected either way.
- * Error cell: untouched.  Threads: one collection at a time in a process.  Owns: nothing.
+ * Error cell: untouched; errno = ENOMEM when memory did not suffice for every user, else untouched.
+ * Threads: safe on different sets.  Owns: nothing.
  */
 ZORCOMN_API void CollectLoggedonUsers(std::set<std::wstring> &networkUsers, std::set<std::wstring> &localUsers,
                                       bool networkOnly);
@@ -99,7 +104,7 @@ ZORCOMN_API void CollectLoggedonUsers(std::set<std::wstring> &networkUsers, std:
  * @param networkUsers  [out] the network users; untouched when there is none.
  * @param localUsers    [out] the local users; untouched when there is none or networkOnly is set.
  * @param networkOnly   leaves local users out.
- * Error cell: untouched.  Threads: one collection at a time in a process.  Owns: nothing.
+ * Error cell: untouched; errno as CollectLoggedonUsers leaves it.  Threads: safe on different texts.  Owns: nothing.
  */
 ZORCOMN_API void CollectComaSepLoggedonUsers(std::wstring &networkUsers, std::wstring &localUsers, bool networkOnly);
 
@@ -107,7 +112,7 @@ ZORCOMN_API void CollectComaSepLoggedonUsers(std::wstring &networkUsers, std::ws
  * A text of 128 characters or more is cut to 128, and from its last comma on replaced by ",..." where at least four
  * characters stand from that comma to the cut.
  * @param users  [out] replaced; empty when nobody is logged on.
- * Error cell: untouched.  Threads: one collection at a time in a process.  Owns: nothing.
+ * Error cell: untouched; errno as CollectLoggedonUsers leaves it.  Threads: safe on different texts.  Owns: nothing.
  */
 ZORCOMN_API void CollectAllLoggedonUsers(std::wstring &users);
 

@@ -163,7 +163,10 @@ public:
 /** Collects system properties into records of its own. The records are never reset: what a collector fails to write
  * keeps the value of an earlier call on the same object; a fresh object has no stale values. Copying copies the
  * records.
- * Threads: one object, one thread at a time; objects share nothing but the last known local address. */
+ * Threads: one object, one thread at a time. Objects may collect side by side: what their collectors share in the
+ * process is guarded, but for the last known local address (updateLocalIP).
+ * No member is a cancellation point, and no other function of this header: a thread that is cancelled meanwhile ends
+ * after the return. */
 class ISysProps {
 public:
     /** Makes an object whose records hold their starting values; collects nothing.
@@ -273,12 +276,13 @@ public:
      * (see CollectAllLoggedonUsers, whose diagnostics it writes to standard output), tzname[0], the environment
      * variable LANG, and the system's clock in local time. tzset is not called: until something in the process has
      * called it, the zone is the C library's initial one.
-     * @param info  [in, out] UserName: the users, or "NA" (not "N/A") when nobody is logged on.
+     * @param info  [in, out] UserName: the users, or "NA" (not "N/A") when nobody is logged on; untouched when memory
+     *              runs out.
      *              TimeZone: the name of the standard-time zone.
      *              DefaultLangID: "0809" when LANG holds "en_UK", else "0411" when it holds "ja_JP", else "0409".
      *              LastUpdate: month/day/year hour:minute:second; untouched when the time cannot be told.
      * @return true.
-     * Error cell: untouched.  Threads: one collection of users at a time in a process.  Owns: nothing.
+     * Error cell: untouched.  Threads: safe on different records; blocks while users are looked up.  Owns: nothing.
      */
     ZORCOMN_API bool GetMiscInformation(MiscInformation &info);
 

@@ -283,8 +283,7 @@ ZORCOMN_API int32_t qelcomn_GetFileResourceVersionStamp(const char *path, char *
  * @param buffer  receives the list in UTF-8 and its terminator; untouched on failure. Null is refused.
  * @param size    the buffer's size in bytes; 769 is always enough.
  * @return 0; 0x80000008 when refused, when the list does not fit or there is no memory.
- * Error cell: untouched.  Threads: one collection of users at a time in a process.  Owns: the buffer stays the
- * caller's.
+ * Error cell: untouched.  Threads: safe on different buffers.  Owns: the buffer stays the caller's.
  */
 ZORCOMN_API uint32_t qelcomn_get_user_name(char *buffer, uint32_t size);
 /** Tells whether a package for some platforms may run on this one. Blanks count nowhere. A platform of the list matches

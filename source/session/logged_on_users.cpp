@@ -1,19 +1,22 @@
-// Who is logged on: reads the login records from first to last and sorts each user of a session into directory and
-// local users. The position in the login database and the commands' child processes are the process's own, so callers
-// run one collection at a time; nothing here locks.
+// Who is logged on: reads the login records and sorts each user of a session into directory and local users. The
+// position in the login database is the process's own; a mutex guards it, so that collections side by side each get all
+// records. It is held while the records are read, and no longer: not while a user is looked up or a command runs.
 
 #include "source/session/logged_on_users.h"
 
 #include "zorcomn/session.h"
-#include "zorcomn/utilities.h"
 
 #include "source/platform/posix.h"
+#include "source/portability/transcoding.h"
 #include "source/session/user_domain.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <utility>
+#include <vector>
 
+#include <pthread.h>
 #include <utmpx.h>
 
 namespace session = velmora_com::vta::session;
@@ -24,22 +27,40 @@ constexpr size_t kListLimit = 128;
 constexpr size_t kDotsLength = 4; // ",..."
 static_assert(USER_PROCESS == 7, "the type of the records that count");
 
-/** Leaves the login database at its first record for the next collection, also when this one is cancelled. */
-class RewindAtEnd {
-public:
-    RewindAtEnd() = default;
-    // Kept: rewound at the end, not at the start, and never closed; callers that read records themselves rely on it.
-    ~RewindAtEnd() {
-        zor::CleanUpScope quiet;
-        setutxent();
-    }
-    RewindAtEnd(const RewindAtEnd &) = delete;
-    RewindAtEnd &operator=(const RewindAtEnd &) = delete;
+// Guards the C library's position in the login database, and the record that it hands out.
+pthread_mutex_t loginDatabaseMutex = PTHREAD_MUTEX_INITIALIZER;
+
+struct LoginRecord {
+    short type;
+    std::string id, user, line;
 };
 
 /** The text of a login record's field, which fills it without a terminator where it is long. */
 template <size_t size> std::string fieldText(const char (&field)[size]) {
     return {field, strnlen(field, size)};
+}
+
+/** Runs what may throw; false when memory ran out. */
+template <class Body> bool hasMemoryFor(Body body) {
+    return zor::guarded(false, [&] {
+        body();
+        return true;
+    });
+}
+
+/** Adds the login records from the database's position on, which is the first record afterwards.
+ * @return false when memory did not suffice for all of them; those that it sufficed for are added. */
+bool readLoginRecords(std::vector<LoginRecord> &records) {
+    bool isWhole = true;
+    const zor::MutexLock lock(loginDatabaseMutex);
+    while (const utmpx *record = getutxent())
+        isWhole &= hasMemoryFor([&] {
+            records.push_back({static_cast<short>(record->ut_type), fieldText(record->ut_id),
+                               fieldText(record->ut_user), fieldText(record->ut_line)});
+        });
+    // Kept: rewound at the end, not at the start, and never closed; callers that read records themselves rely on it.
+    setutxent();
+    return isWhole;
 }
 
 bool findDomains(const std::string &user, std::string &domains) {
@@ -51,7 +72,7 @@ bool findDomains(const std::string &user, std::string &domains) {
 /** Adds a name in lower case and says so with the diagnostic line's beginning. */
 void addUser(std::string name, const char *line, std::set<std::wstring> &users) {
     session::toLower(name);
-    users.insert(velmora_com::vta::qelcomn_ansi_to_wide(name));
+    users.insert(zor::wideOf(name));
     std::fprintf(session::myfd(), "%s %s \n", line, name.c_str());
 }
 
@@ -96,49 +117,68 @@ std::wstring limitNames(std::wstring names) {
 
 } // namespace zor
 
+namespace {
+
+bool collectSets(std::set<std::wstring> &networkUsers, std::set<std::wstring> &localUsers, bool networkOnly) {
+    std::fputs("Some changes happen in the logon sessions.\n", session::myfd());
+    std::vector<LoginRecord> records;
+    bool isWhole = readLoginRecords(records);
+    for (const LoginRecord &record : records) {
+        std::fprintf(session::myfd(), "%d  %s  %s  %s \n", static_cast<int>(record.type), record.id.c_str(),
+                     record.user.c_str(), record.line.c_str());
+        if (record.type == USER_PROCESS)
+            isWhole &= hasMemoryFor([&] { sortUser(record.user, networkUsers, localUsers, networkOnly); });
+    }
+    std::fputs("Coming out from the logon session collections.\n", session::myfd());
+    return isWhole;
+}
+
+// Kept: a list whose set is empty is left as the caller passed it.
+bool collectLists(std::wstring &networkUsers, std::wstring &localUsers, bool networkOnly) {
+    std::set<std::wstring> networkSet, localSet;
+    const bool isWhole = collectSets(networkSet, localSet, networkOnly);
+    return hasMemoryFor([&] {
+               if (!networkSet.empty())
+                   networkUsers = zor::joinNames(networkSet);
+               if (!networkOnly && !localSet.empty())
+                   localUsers = zor::joinNames(localSet);
+           }) &&
+           isWhole;
+}
+
+std::wstring combinedList(const std::wstring &networkUsers, const std::wstring &localUsers) {
+    const wchar_t *const comma = networkUsers.empty() || localUsers.empty() ? L"" : L",";
+    return zor::limitNames(networkUsers + comma + localUsers);
+}
+
+/** Runs a collection that tells whether it is whole. Its callers learn that from errno. */
+template <class Collection> void runCollection(Collection collect) {
+    const zor::UncancellableScope uncancellable;
+    const int callersErrno = errno;
+    const bool isWhole = collect();
+    errno = isWhole ? callersErrno : ENOMEM;
+}
+
+} // namespace
+
 namespace velmora_com {
 namespace vta {
 namespace session {
 
 void CollectLoggedonUsers(std::set<std::wstring> &networkUsers, std::set<std::wstring> &localUsers, bool networkOnly) {
-    std::fputs("Some changes happen in the logon sessions.\n", myfd());
-    RewindAtEnd rewindAtEnd;
-    while (const utmpx *record = getutxent()) {
-        zor::guarded(false, [&] {
-            const std::string user = fieldText(record->ut_user);
-            std::fprintf(myfd(), "%d  %s  %s  %s \n", static_cast<int>(record->ut_type),
-                         fieldText(record->ut_id).c_str(), user.c_str(), fieldText(record->ut_line).c_str());
-            if (record->ut_type == USER_PROCESS)
-                sortUser(user, networkUsers, localUsers, networkOnly);
-            return true;
-        });
-    }
-    std::fputs("Coming out from the logon session collections.\n", myfd());
+    runCollection([&] { return collectSets(networkUsers, localUsers, networkOnly); });
 }
 
-// Kept: a list whose set is empty is left as the caller passed it.
 void CollectComaSepLoggedonUsers(std::wstring &networkUsers, std::wstring &localUsers, bool networkOnly) {
-    zor::guarded(false, [&] {
-        std::set<std::wstring> networkSet, localSet;
-        CollectLoggedonUsers(networkSet, localSet, networkOnly);
-        if (!networkSet.empty())
-            networkUsers = zor::joinNames(networkSet);
-        if (!networkOnly && !localSet.empty())
-            localUsers = zor::joinNames(localSet);
-        return true;
-    });
+    runCollection([&] { return collectLists(networkUsers, localUsers, networkOnly); });
 }
 
 void CollectAllLoggedonUsers(std::wstring &users) {
-    users.clear();
-    zor::guarded(false, [&] {
+    runCollection([&] {
+        users.clear();
         std::wstring networkUsers, localUsers;
-        CollectComaSepLoggedonUsers(networkUsers, localUsers, false);
-        std::wstring all = networkUsers;
-        if (!localUsers.empty())
-            all += (all.empty() ? L"" : L",") + localUsers;
-        users = zor::limitNames(std::move(all));
-        return true;
+        const bool isWhole = collectLists(networkUsers, localUsers, false);
+        return hasMemoryFor([&] { users = combinedList(networkUsers, localUsers); }) && isWhole;
     });
 }
 

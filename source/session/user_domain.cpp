@@ -98,8 +98,7 @@ std::string domainsInPrincipalNames(const std::string &answer) {
 namespace zor {
 
 std::vector<std::string> splitOrWhole(const std::string &text, char separator) {
-    std::vector<std::string> parts;
-    session::split(text, separator, parts);
+    std::vector<std::string> parts = partsOf(text, separator);
     if (parts.empty())
         parts.push_back(text);
     return parts;
@@ -144,6 +143,7 @@ namespace vta {
 namespace session {
 
 bool FindDomainName(const std::string &user, std::string &domain) {
+    const zor::UncancellableScope uncancellable;
     try {
         std::string group = primaryGroupName(user);
         toLower(group);
@@ -163,6 +163,7 @@ bool FindDomainName(const std::string &user, std::string &domain) {
 }
 
 bool FindDomainNameViaDscl(const std::string &user, std::string attribute, std::string &domain) {
+    const zor::UncancellableScope uncancellable;
     return zor::guarded(false, [&] {
         std::string answer = askDirectory(user, attribute);
         if (answer.empty())

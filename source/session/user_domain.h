@@ -9,6 +9,9 @@
 
 namespace zor {
 
+/** The parts of text between separators; none where it has no separator. */
+std::vector<std::string> partsOf(const std::string &text, char separator);
+
 /** The parts of text between separators; the whole text as the only part where it has none. */
 std::vector<std::string> splitOrWhole(const std::string &text, char separator);
 

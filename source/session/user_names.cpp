@@ -4,6 +4,7 @@
 #include "zorcomn/session.h"
 
 #include "source/platform/posix.h"
+#include "source/session/user_domain.h"
 
 #include <algorithm>
 #include <cctype>
@@ -15,6 +16,10 @@ namespace {
 bool isAlphanumeric(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) != 0;
 }
+
+} // namespace
+
+namespace zor {
 
 std::vector<std::string> partsOf(const std::string &text, char separator) {
     std::vector<std::string> parts;
@@ -28,7 +33,7 @@ std::vector<std::string> partsOf(const std::string &text, char separator) {
     return parts;
 }
 
-} // namespace
+} // namespace zor
 
 namespace velmora_com {
 namespace vta {
@@ -72,7 +77,7 @@ std::string trimmer(const char *text) {
 // Kept: a text without the separator adds nothing, not even itself; every caller adds the whole text in that case.
 void split(const std::string &text, char separator, std::vector<std::string> &parts) {
     zor::guarded(false, [&] {
-        std::vector<std::string> found = partsOf(text, separator); // first, since text may be an element of parts
+        std::vector<std::string> found = zor::partsOf(text, separator); // first, since text may be an element of parts
         parts.insert(parts.end(), std::make_move_iterator(found.begin()), std::make_move_iterator(found.end()));
         return true;
     });

@@ -8,9 +8,11 @@
 
 #include "source/platform/posix.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include <pthread.h>
 #include <time.h>
@@ -19,9 +21,13 @@ namespace {
 
 pthread_mutex_t zoneNameMutex = PTHREAD_MUTEX_INITIALIZER;
 
-std::wstring loggedOnUsers() {
+/** The users; nothing when memory ran out before the list was whole. */
+std::optional<std::wstring> loggedOnUsers() {
     std::wstring users;
+    const int callersErrno = std::exchange(errno, 0);
     velmora_com::vta::session::CollectAllLoggedonUsers(users);
+    if (std::exchange(errno, callersErrno) == ENOMEM)
+        return std::nullopt;
     // Kept: nobody is "NA" here, not the "N/A" of every other missing fact; callers compare with it.
     return users.empty() ? L"NA" : users;
 }
@@ -64,8 +70,10 @@ namespace vta {
 namespace sysprops {
 
 bool ISysProps::GetMiscInformation(MiscInformation &info) {
+    const zor::UncancellableScope uncancellable;
     return zor::guarded(true, [&] {
-        info.UserName = loggedOnUsers();
+        if (const std::optional<std::wstring> users = loggedOnUsers())
+            info.UserName = *users;
         info.TimeZone = zoneName();
         if (const std::optional<std::wstring> now = zor::localTimeText(std::time(nullptr)))
             info.LastUpdate = *now;

@@ -5,8 +5,11 @@
 
 #include "source/platform/posix.h"
 #include "source/portability/error_cell.h"
+#include "source/portability/transcoding.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <utility>
 
 namespace {
 
@@ -35,6 +38,7 @@ void qelcomn_get_agent_softwareid_W(wchar_t *buffer, uint32_t size) {
 }
 
 int32_t qelcomn_create_guid(qelGuid *guid, char *text, uint32_t size) {
+    const zor::UncancellableScope uncancellable;
     qelGuid created;
     char braced[] = "{00000000-0000-0000-0000-000000000000}";
     if (!qelCoCreateGuid(&created) || !qelUuidToStringA(&created, braced + 1))
@@ -53,12 +57,16 @@ int32_t qelcomn_create_guid(qelGuid *guid, char *text, uint32_t size) {
 uint32_t qelcomn_get_user_name(char *buffer, uint32_t size) {
     if (!buffer)
         return zor::kFailure;
+    const zor::UncancellableScope uncancellable;
     return zor::guarded(zor::kFailure, [&] {
         std::wstring users;
+        const int callersErrno = std::exchange(errno, 0);
         velmora_com::vta::session::CollectAllLoggedonUsers(users);
+        if (std::exchange(errno, callersErrno) == ENOMEM)
+            return zor::kFailure;
         if (users.empty())
             users = L"NA";
-        const std::string narrow = velmora_com::vta::qelcomn_wide_to_ansi(users);
+        const std::string narrow = zor::utf8Of(users);
         if (narrow.size() + 1 > size)
             return zor::kFailure;
         std::memcpy(buffer, narrow.c_str(), narrow.size() + 1);

@@ -79,6 +79,26 @@ TEST(GetMiscInformation, NobodyLoggedOn_IsNA_Kept) {
     EXPECT_TRUE(zor::test::childPasses([] { EXPECT_EQ(collectWith({}).UserName, L"NA"); }));
 }
 
+TEST(GetMiscInformation, NoMemoryForTheUsers_LeavesThem) {
+    EXPECT_TRUE(zor::test::childPasses([] {
+        const zor::test::TemporaryFolder folder;
+        zor::test::writeLoginRecords(folder / "utmp",
+                                     {{zor::test::kUserProcess, "1", "a-user-with-quite-a-long-name", "pts/1"}});
+        bool wasReached = true, wereLeft = false;
+        for (int nth = 1; wasReached; ++nth) {
+            velmora_com::vta::sysprops::MiscInformation info;
+            {
+                const zor::test::FailingCall failing("operator new", nth);
+                EXPECT_TRUE(velmora_com::vta::sysprops::ISysProps().GetMiscInformation(info));
+                wasReached = failing.wasReached();
+            }
+            EXPECT_TRUE(info.UserName == L"N/A" || info.UserName == L"a-user-with-quite-a-long-name") << nth;
+            wereLeft = wereLeft || info.UserName == L"N/A";
+        }
+        EXPECT_TRUE(wereLeft);
+    }));
+}
+
 TEST(GetMiscInformation, UsersLoggedOn_AreTheCombinedList) {
     EXPECT_TRUE(zor::test::childPasses([] {
         EXPECT_EQ(collectWith({{zor::test::kUserProcess, "1", "No-Such-User-2", "pts/1"},
