@@ -4,8 +4,12 @@
 // and time-limited connections, the machine's host and domain names.
 //
 // All texts are bytes; address texts are ASCII. Nothing is thrown out of these functions unless a declaration says so:
-// where memory runs out, a function that returns a text or a list returns an empty one, the others their failure
-// value. No function writes nErrno. errno is as the system's calls left it.
+// where memory runs out, a function that returns a text or a list returns an empty one unless it says otherwise, the
+// others their failure value. A text or list that is passed by value is copied by the caller, whose copy may throw. No
+// function writes nErrno. errno is as the system's calls left it.
+//
+// Cancellation: ANetworkUtil::ConnectWithTimeout is a cancellation point, and leaves nothing behind since it holds
+// nothing. No other function is one: a thread that is cancelled meanwhile ends after the return.
 
 #include "api.h"
 
@@ -355,7 +359,7 @@ public:
      * @param service   a service name or port number; empty: none.
      * @param result    [out] the system's list; null when the result is not 0. A null pointer here is refused.
      * @param ipv4Only  true: IPv4 addresses only.
-     * @return 0, -1 for a refused argument, else getaddrinfo's own error number.
+     * @return 0, -1 for a refused argument, else getaddrinfo's own error number, EAI_MEMORY when memory runs out.
      * Error cell: untouched.  Threads: as getaddrinfo; blocks while the resolver works.
      * Owns: the list is the caller's; release it once with freeaddrinfo.
      */
@@ -367,7 +371,8 @@ public:
      * @param service  as for zorCreateAddrinfo.
      * @param out      [in, out] receives buffers of 1025 bytes, terminated texts; what it held stays in front.
      * @param flags    for getnameinfo: NI_NUMERICHOST gives numbers; without it names are looked up.
-     * @return 0 when at least one text was appended, -1 when none was, else getaddrinfo's own error number.
+     * @return 0 when at least one text was appended, also when memory did not suffice for all; -1 when the host was
+     *         found and none was appended; else what zorCreateAddrinfo returned.
      * Error cell: untouched.  Threads: as getaddrinfo; blocks while the resolver works.
      * Owns: the buffers are the caller's; release them with zorFreeAddrinfo, also after a failure.
      */
@@ -422,7 +427,7 @@ private:
 /** The machine's domain name: the running system's NIS domain when one is set (the kernel's own, from sysctl or
  * getdomainname; its placeholder "(none)" counts as not set), else what follows the first '.' in the official name
  * that gethostbyname gives for gethostname.
- * @return the name; "N/A" when nothing is found.
+ * @return the name; "N/A" when nothing is found or there is no memory.
  * Error cell: untouched.  Threads: safe, also beside other threads' gethostbyname, whose answer buffer is not used or
  * is the thread's own; blocks while the resolver works.  Owns: the text is the caller's.
  */

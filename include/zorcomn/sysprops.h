@@ -216,11 +216,11 @@ public:
      *              OSBitMode: "1" for a machine type that holds "_64", else "0" for one that holds "86", else by
      *              "sysctl hw | grep 64bit | awk '{ print $2 }'": "1" for a number other than 0, "0" for anything
      *              else, "-1" when the command cannot be started.
-     * @return false when the list is missing, empty, larger than 16 MiB, does not parse, has no dictionary as its root,
-     *         or holds for either key no text of at most 255 bytes; all fields but the first three are then untouched,
-     *         and no command is run.
-     * Error cell: untouched.  Threads: safe on different records; blocks while a command runs, a cancellation point.
-     * Owns: nothing.
+     * @return true; false when the list is missing, unreadable, empty or larger than 16 MiB, begins with a zero byte,
+     *         does not parse, has no dictionary as its root or no "ProductVersion", when what it holds for either key
+     *         is no text or one of more than 255 bytes, or when memory runs out. All fields but the first three are
+     *         then untouched, and, but for a lack of memory, no command is run.
+     * Error cell: untouched.  Threads: safe on different records; blocks while a command runs.  Owns: nothing.
      */
     ZORCOMN_API bool GetOSInformation(OSInformation &info);
     /** Fills the processor record. Sources: on the target the kernel's processor count, Gestalt and the model name; on
@@ -232,7 +232,7 @@ public:
      *              a "68000", code 0.
      *              IsPortable: "1", "0", or "-1" when the model is not known; untouched with an empty CPUType.
      *              CPUSerialNumber: never written.
-     * @return false when neither name is known, else true.
+     * @return false when neither name is known or memory runs out, else true.
      * Error cell: untouched.  Threads: safe on different records.  Owns: nothing.
      */
     ZORCOMN_API bool GetCPUInformation(CPUInformation &info);
@@ -240,7 +240,7 @@ public:
      * @param info  [in, out] TotalPhysicalMemory: untouched when not known.
      *              FreeMemory: free pages times page size, rounded down by get_closest_floor in twentieths of
      *              the total; unrounded when the total is not known.
-     * @return false when the free pages are not known, with FreeMemory untouched; else true.
+     * @return false when the free pages are not known or memory runs out, with FreeMemory untouched; else true.
      * Error cell: untouched.  Threads: safe on different records.  Owns: nothing.
      */
     ZORCOMN_API bool GetMemoryInformation(MemoryInformation &info);
@@ -266,8 +266,9 @@ public:
      *              IPAddress: dotted, or IPv6 in the form of expandIPV6Address. SubnetAddress, SubnetMask: of that
      *              address. NETAddress: the hardware address of the interface that carries it, twelve lower-case
      *              hexadecimal digits. The four fields of the address are untouched when the result is false.
-     * @return false when no interface that is up has an address, when the system's list cannot be read or memory runs
-     *         out, else true.
+     * @return true when NetInterfaceList::initialize lists an address, also when memory runs out while one is chosen
+     *         (what memory did not suffice for is then empty or untouched); false when it lists none, cannot read the
+     *         system's list or finds no memory.
      * Error cell: untouched.  Threads: safe on different records, beside no updateLocalIP; blocks while the resolver
      * works, which is asked once.  Owns: nothing.
      */
@@ -325,7 +326,8 @@ public:
 
     /** Remembers, for the process, the local address by which the agent last reached its server; the network collector
      * prefers it when an interface carries it in exactly this text.
-     * @param ip  an address text, IPv6 in expanded form; empty: none is known. Not checked.
+     * @param ip  an address text, IPv6 in expanded form; empty: none is known. Not checked. Without memory for it, the
+     *            one before stays.
      * Error cell: untouched.  Threads: unguarded; set it from one thread while none reads it.  Owns: keeps a copy.
      */
     ZORCOMN_API static void updateLocalIP(const std::wstring &ip);

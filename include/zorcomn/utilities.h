@@ -317,7 +317,7 @@ ZORCOMN_API uint32_t qelcomn_filenameresolver_create(const char *path, void **re
  * @param buffer    receives the path and its terminator; untouched on failure. Null is refused.
  * @param size      in: the buffer's size in bytes; out: the size needed, terminator included, whether or not the path
  *                  fitted. Unchanged when the path did not resolve. Null is refused.
- * @return 0; 0x80000008 when refused, when the path did not resolve, does not fit or there is no memory.
+ * @return 0; 0x80000008 when refused, when the path did not resolve or does not fit.
  * Error cell: untouched.  Threads: safe.  Owns: the buffer stays the caller's.
  */
 ZORCOMN_API uint32_t qelcomn_filenameresolver_get_absolute_filename(void *resolver, char *buffer, uint32_t *size);

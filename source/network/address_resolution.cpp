@@ -2,6 +2,7 @@
 
 #include "zorcomn/network.h"
 
+#include "source/network/scoped_address.h"
 #include "source/network/socket_address.h"
 #include "source/platform/posix.h"
 
@@ -22,6 +23,16 @@ Buffer hostTextBuffer(const sockaddr &address, int flags) {
     if (buffer && !writeHostText(address, flags, buffer.get(), kHostTextSize))
         buffer.reset();
     return buffer;
+}
+
+/** Whether an address's text could be made and appended. */
+bool appendHostText(const sockaddr &address, int flags, std::vector<char *> &texts) {
+    Buffer text = hostTextBuffer(address, flags);
+    return text && guarded(false, [&] {
+               texts.push_back(text.get());
+               static_cast<void>(text.release()); // the caller's from here on
+               return true;
+           });
 }
 
 bool resolvesTo(const addrinfo *list, const std::string &address) {
@@ -47,6 +58,7 @@ ANetworkUtil::~ANetworkUtil() = default;
 std::string ANetworkUtil::zorNetToString(sockaddr *address, int flags) {
     if (!address || m_initialised != 1)
         return {};
+    const zor::UncancellableScope uncancellable;
     return zor::guarded(std::string(), [&]() -> std::string {
         if (flags & NI_NUMERICSERV)
             return zor::serviceText(*address, flags).value_or(std::string());
@@ -63,11 +75,12 @@ int ANetworkUtil::zorCreateAddrinfo(std::string const &host, std::string const &
     *result = nullptr;
     if (host.empty())
         return -1;
+    const zor::UncancellableScope uncancellable;
     addrinfo hints{};
     hints.ai_family = ipv4Only ? AF_INET : AF_UNSPEC;
     hints.ai_socktype = SOCK_STREAM;
     return zor::guarded(EAI_MEMORY, [&] {
-        const std::string node = formatV6addrWithScope(host, false);
+        const std::string node = m_initialised == 1 ? zor::scopedAddressText(host) : zor::bareAddressText(host);
         return getaddrinfo(node.c_str(), service.empty() ? nullptr : service.c_str(), &hints, result);
     });
 }
@@ -75,22 +88,15 @@ int ANetworkUtil::zorCreateAddrinfo(std::string const &host, std::string const &
 int ANetworkUtil::zorGetAddrinfo(std::string const &host, std::string service, std::vector<char *> &out, int flags) {
     if (m_initialised != 1)
         return -1;
+    const zor::UncancellableScope uncancellable;
     addrinfo *list = nullptr;
     if (const int error = zorCreateAddrinfo(host, service, &list, false))
         return error;
     const zor::ResolvedAddresses owner(list);
-    return zor::guarded(-1, [&] {
-        int appended = 0;
-        for (const addrinfo *entry = list; entry && appended < zor::kMostAddressTexts; entry = entry->ai_next) {
-            zor::Buffer text = zor::hostTextBuffer(*entry->ai_addr, flags);
-            if (!text)
-                continue;
-            out.push_back(text.get());
-            static_cast<void>(text.release()); // the caller's from here on
-            ++appended;
-        }
-        return appended > 0 ? 0 : -1;
-    });
+    int appended = 0;
+    for (const addrinfo *entry = list; entry && appended < zor::kMostAddressTexts; entry = entry->ai_next)
+        appended += zor::appendHostText(*entry->ai_addr, flags, out);
+    return appended > 0 ? 0 : -1;
 }
 
 void ANetworkUtil::zorFreeAddrinfo(std::vector<char *> &list) {
@@ -105,9 +111,10 @@ int ANetworkUtil::zorCompareAddressFromPeerAddress(std::string name, std::string
     // Kept: a name that is part of the peer's text belongs to it, also the empty one.
     if (peer.find(name) != std::string::npos)
         return 1;
+    const zor::UncancellableScope uncancellable;
     return zor::guarded(0, [&] {
-        const std::string barePeer = formatV6addr(peer, false);
-        if (formatV6addr(name, false) == barePeer)
+        const std::string barePeer = zor::bareAddressText(peer);
+        if (zor::bareAddressText(name) == barePeer)
             return 1;
         addrinfo *list = nullptr;
         if (m_initialised != 1 || zorCreateAddrinfo(name, service, &list, false) != 0)

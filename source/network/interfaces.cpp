@@ -4,6 +4,8 @@
 
 #include "source/network/interfaces.h"
 
+#include "source/network/hardware_address.h"
+#include "source/network/ipv6_text.h"
 #include "source/network/socket_address.h"
 #include "source/platform/host.h"
 #include "source/platform/posix.h"
@@ -53,7 +55,7 @@ public:
         if (isNew) {
             found->second.index = if_nametoindex(name);
             if (auto address = linkOf(name))
-                found->second.macAddress = velmora_com::vta::formatMACAddress(address->data());
+                found->second.macAddress = hardwareAddressText(address->data());
         }
         return found->second;
     }
@@ -138,9 +140,9 @@ std::optional<IPAddress> readAddress(const ifaddrs &entry) {
     if (family == AF_INET) {
         subnet = subnetTextIPv4(*entry.ifa_addr, *entry.ifa_netmask);
     } else {
-        address = velmora_com::vta::expandIPV6Address(*address);
-        mask = velmora_com::vta::expandIPV6Address(*mask);
-        subnet = velmora_com::vta::calculateSubNetAddrForV6(*address, *mask);
+        address = expandedAddress(*address);
+        mask = expandedAddress(*mask);
+        subnet = subnetOf(*address, *mask);
     }
     IPAddress record;
     record.setOption(velmora_com::vta::IP_PARAM_ADDRESS, *address);
@@ -178,6 +180,7 @@ namespace velmora_com {
 namespace vta {
 
 unsigned int NetInterfaceList::initialize() {
+    const zor::UncancellableScope uncancellable;
     return zor::guarded(0u, [&] {
         ifaddrs *head = nullptr;
         if (getifaddrs(&head) != 0)

@@ -37,38 +37,6 @@ std::string lowerHex(unsigned long value) {
     return text;
 }
 
-std::string expand(const std::string &address) {
-    std::string bare = withoutScope(address);
-    const size_t gap = bare.find("::");
-    if (gap == std::string::npos)
-        return bare; // Kept: groups are neither padded nor counted; stored texts are compared in this form.
-    const std::string head = bare.substr(0, gap);
-    const std::string tail = bare.substr(gap + 1);
-    const int separators = velmora_com::vta::noOfOccurences(head, ':', kSeparatorsOfFullAddress) +
-                           velmora_com::vta::noOfOccurences(tail, ':', kSeparatorsOfFullAddress);
-    std::string expanded = head;
-    for (int missing = kSeparatorsOfFullAddress - separators; missing > 0; --missing)
-        expanded += ":0";
-    expanded += tail;
-    if (gap == 0)
-        expanded.insert(0, 1, '0');
-    if (expanded.back() == ':')
-        expanded += '0';
-    return expanded;
-}
-
-std::string andGroups(std::string addressGroups, std::string maskGroups) {
-    if (addressGroups.empty() || maskGroups.empty())
-        return {};
-    addressGroups += ':';
-    maskGroups += ':';
-    std::string subnet;
-    while (addressGroups.find(':') != std::string::npos && maskGroups.find(':') != std::string::npos)
-        subnet += lowerHex(groupValue(takeGroup(addressGroups)) & groupValue(takeGroup(maskGroups))) + ':';
-    subnet.pop_back();
-    return subnet;
-}
-
 std::string toLiteral(std::string address) {
     if (address.find(kLiteralSuffix) != std::string::npos || address.find(':') == std::string::npos)
         return address;
@@ -108,17 +76,49 @@ std::string withoutScope(const std::string &address) {
     return address.substr(0, address.find('%'));
 }
 
+std::string expandedAddress(const std::string &address) {
+    std::string bare = withoutScope(address);
+    const size_t gap = bare.find("::");
+    if (gap == std::string::npos)
+        return bare; // Kept: groups are neither padded nor counted; stored texts are compared in this form.
+    const std::string head = bare.substr(0, gap);
+    const std::string tail = bare.substr(gap + 1);
+    const int separators = velmora_com::vta::noOfOccurences(head, ':', kSeparatorsOfFullAddress) +
+                           velmora_com::vta::noOfOccurences(tail, ':', kSeparatorsOfFullAddress);
+    std::string expanded = head;
+    for (int missing = kSeparatorsOfFullAddress - separators; missing > 0; --missing)
+        expanded += ":0";
+    expanded += tail;
+    if (gap == 0)
+        expanded.insert(0, 1, '0');
+    if (expanded.back() == ':')
+        expanded += '0';
+    return expanded;
+}
+
+std::string subnetOf(std::string addressGroups, std::string maskGroups) {
+    if (addressGroups.empty() || maskGroups.empty())
+        return {};
+    addressGroups += ':';
+    maskGroups += ':';
+    std::string subnet;
+    while (addressGroups.find(':') != std::string::npos && maskGroups.find(':') != std::string::npos)
+        subnet += lowerHex(groupValue(takeGroup(addressGroups)) & groupValue(takeGroup(maskGroups))) + ':';
+    subnet.pop_back();
+    return subnet;
+}
+
 } // namespace zor
 
 namespace velmora_com {
 namespace vta {
 
 std::string expandIPV6Address(std::string addr) {
-    return zor::guarded(std::string(), [&] { return zor::expand(addr); });
+    return zor::guarded(std::string(), [&] { return zor::expandedAddress(addr); });
 }
 
 std::string calculateSubNetAddrForV6(std::string const &addr, std::string const &mask) {
-    return zor::guarded(std::string(), [&] { return zor::andGroups(addr, mask); });
+    return zor::guarded(std::string(), [&] { return zor::subnetOf(addr, mask); });
 }
 
 std::string convertV6AddrToLiteralFormat(std::string addr) {

@@ -1,6 +1,6 @@
 #pragma once
 
-// Two cuts that every reading of an address text begins with.
+// The edits of an address text that other texts are made with; these throw where memory runs out.
 
 #include <optional>
 #include <string>
@@ -12,5 +12,11 @@ std::optional<std::string> textBetweenBrackets(const std::string &text);
 
 /** The text before the first '%', which begins an address's scope; the whole text when it has none. */
 std::string withoutScope(const std::string &address);
+
+/** expandIPV6Address. */
+std::string expandedAddress(const std::string &address);
+
+/** calculateSubNetAddrForV6. */
+std::string subnetOf(std::string addressGroups, std::string maskGroups);
 
 } // namespace zor

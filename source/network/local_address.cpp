@@ -2,6 +2,7 @@
 
 #include "zorcomn/network.h"
 
+#include "source/network/ipv6_text.h"
 #include "source/network/socket_address.h"
 #include "source/platform/posix.h"
 
@@ -60,6 +61,7 @@ int ANetworkUtil::zorGetLocalIPAddress(std::string const &peer, std::string serv
                                        bool const &ipv4Only, int seconds, int flags) {
     if (m_initialised != 1)
         return -1;
+    const zor::UncancellableScope uncancellable;
     addrinfo *list = nullptr;
     if (const int error = zorCreateAddrinfo(peer, service, &list, ipv4Only))
         return error;
@@ -69,7 +71,7 @@ int ANetworkUtil::zorGetLocalIPAddress(std::string const &peer, std::string serv
             const auto text = zor::localAddressTowards(*this, *entry, static_cast<unsigned int>(seconds), flags);
             if (!text)
                 continue;
-            local = expandIPV6Address(*text);
+            local = zor::expandedAddress(*text);
             return 0;
         }
         return -1;
@@ -78,6 +80,7 @@ int ANetworkUtil::zorGetLocalIPAddress(std::string const &peer, std::string serv
 
 int ANetworkUtil::zorGetLocalIPAddressFromList(std::string const &peers, std::string service, std::string &local,
                                                bool const &ipv4Only, int /*unused*/, int seconds) {
+    const zor::UncancellableScope uncancellable;
     return zor::guarded(-1, [&] {
         int result = -1;
         for (size_t start = 0; result != 0 && start < peers.size();) {

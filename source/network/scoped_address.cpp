@@ -1,5 +1,7 @@
 // IPv6 address texts without their brackets and scope, and the scope that a link-local address needs.
 
+#include "source/network/scoped_address.h"
+
 #include "zorcomn/network.h"
 
 #include "source/network/ipv6_text.h"
@@ -51,7 +53,22 @@ BareAddress bareAddress(const std::string &address) {
     return {withoutScope(inner ? *inner : address), inner.has_value()};
 }
 
+BareAddress addressWithScope(const std::string &address) {
+    BareAddress bare = bareAddress(address);
+    if (const auto scope = scopeOf(bare.text))
+        bare.text += '%' + std::to_string(*scope);
+    return bare;
+}
+
 } // namespace
+
+std::string bareAddressText(const std::string &address) {
+    return bareAddress(address).text;
+}
+
+std::string scopedAddressText(const std::string &address) {
+    return addressWithScope(address).text;
+}
 
 } // namespace zor
 
@@ -65,6 +82,7 @@ std::string ANetworkUtil::formatV6addr(std::string address, bool keepBrackets) {
 int ANetworkUtil::zorGetScopeId(std::string const &address, unsigned int &scope) {
     if (m_initialised != 1)
         return 0;
+    const zor::UncancellableScope uncancellable;
     return zor::guarded(0, [&] {
         const auto found = zor::scopeOf(zor::bareAddress(address).text);
         scope = found.value_or(scope);
@@ -73,12 +91,10 @@ int ANetworkUtil::zorGetScopeId(std::string const &address, unsigned int &scope)
 }
 
 std::string ANetworkUtil::formatV6addrWithScope(std::string address, bool keepBrackets) {
+    const zor::UncancellableScope uncancellable;
     return zor::guarded(std::string(), [&] {
-        zor::BareAddress bare = zor::bareAddress(address);
-        unsigned int scope = 0;
-        if (zorGetScopeId(bare.text, scope) != 0)
-            bare.text += '%' + std::to_string(scope);
-        return bare.withBrackets(keepBrackets);
+        const bool mayResolve = m_initialised == 1;
+        return (mayResolve ? zor::addressWithScope(address) : zor::bareAddress(address)).withBrackets(keepBrackets);
     });
 }
 

@@ -5,6 +5,7 @@
 
 #include "source/platform/host.h"
 #include "source/platform/posix.h"
+#include "source/portability/transcoding.h"
 #include "source/utilities/command_output.h"
 
 #include <algorithm>
@@ -12,6 +13,7 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -125,16 +127,18 @@ bool collectOSInformation(const char *versionFile, const std::string &machine, O
     const std::optional<Version> version = list ? lookUpVersion(*list) : std::nullopt;
     if (!version)
         return false;
+    OSInformation collected = info; // the record is written when all of it is there
     const std::array<std::string, 4> parts = versionParts(version->version);
     // Kept: the first dot is there even when nothing follows it.
-    info.OSVersion = sysprops_ansi_to_wide(parts[0]) + L"." + sysprops_ansi_to_wide(parts[1]);
+    collected.OSVersion = wideOf(parts[0]) + L"." + wideOf(parts[1]);
     if (!parts[2].empty()) {
-        info.OSCsdVersion = sysprops_ansi_to_wide(parts[2]);
-        info.OSVersion += L"." + info.OSCsdVersion;
+        collected.OSCsdVersion = wideOf(parts[2]);
+        collected.OSVersion += L"." + collected.OSCsdVersion;
     }
-    info.OSBuildNum = sysprops_ansi_to_wide(version->build);
-    info.OSPlatform = isServer(leadingNumber(parts[0]), leadingNumber(parts[1])) ? p_server : p_workstation;
-    info.OSBitMode = bitMode(machine);
+    collected.OSBuildNum = wideOf(version->build);
+    collected.OSPlatform = isServer(leadingNumber(parts[0]), leadingNumber(parts[1])) ? p_server : p_workstation;
+    collected.OSBitMode = bitMode(machine);
+    info = std::move(collected);
     return true;
 }
 
@@ -145,6 +149,7 @@ namespace vta {
 namespace sysprops {
 
 bool ISysProps::GetOSInformation(OSInformation &info) {
+    const zor::UncancellableScope uncancellable;
     return zor::guarded(false, [&] { return zor::collectOSInformation(kVersionFile, machineType(), info); });
 }
 

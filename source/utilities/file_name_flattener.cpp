@@ -1,11 +1,11 @@
 // Removes "." and ".." from a path by its text alone; the file system is not asked. Both passes read the path once,
 // from left to right, so that a long path costs no more than its length.
 
+#include "source/utilities/file_name_flattener.h"
+
 #include "zorcomn/utilities.h"
 
 #include "source/platform/posix.h"
-
-#include <optional>
 
 #include <unistd.h>
 
@@ -64,12 +64,22 @@ std::string workingDirectory() {
 
 } // namespace
 
+std::optional<std::string> flatPath(const std::string &path) {
+    return flatten(path, workingDirectory());
+}
+
+std::optional<std::string> flatPath(const std::string &path, const std::string &base) {
+    const std::optional<std::string> flatBase = flatPath(base);
+    return flatBase ? flatten(path, *flatBase) : std::nullopt;
+}
+
 } // namespace zor
 
 namespace velmora_com {
 namespace vta {
 
 FileNameFlattener::FileNameFlattener(const std::string &path) : m_success(0) {
+    const zor::UncancellableScope uncancellable;
     zor::guarded(0, [&] {
         m_input = path;
         m_base = zor::workingDirectory();
@@ -78,6 +88,7 @@ FileNameFlattener::FileNameFlattener(const std::string &path) : m_success(0) {
 }
 
 FileNameFlattener::FileNameFlattener(const std::string &path, const std::string &base) : m_success(0) {
+    const zor::UncancellableScope uncancellable;
     zor::guarded(0, [&] {
         m_input = path;
         return FileNameFlattener(base).GetFlatPath(m_base) ? Flatten() : 0;

@@ -1,13 +1,11 @@
 // Follows symbolic links from a path to a regular file, each link's text flattened against the folder that holds the
-// link; and the flat form of it for callers without the classes, whose handle is the resolver's address.
+// link; and the flat form of it for callers without the classes, whose handle is the address of the outcome.
 
 #include "zorcomn/utilities.h"
 
 #include "source/platform/posix.h"
 #include "source/portability/error_cell.h"
-
-#include <new>
-#include <optional>
+#include "source/utilities/file_name_flattener.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -15,9 +13,6 @@
 namespace zor {
 
 namespace {
-
-using velmora_com::vta::FileNameFlattener;
-using velmora_com::vta::FileNameResolver;
 
 enum class FileKind { missing, regular, link, other };
 
@@ -39,10 +34,7 @@ std::optional<std::string> targetOf(const std::string &link) {
         return std::nullopt;
     // Kept: for a link in the root the folder is empty, which flattens to the current directory.
     const std::string folder = link.substr(0, link.rfind('/'));
-    std::string target;
-    if (!FileNameFlattener(std::string(text, static_cast<size_t>(length)), folder).GetFlatPath(target))
-        return std::nullopt;
-    return target;
+    return flatPath(std::string(text, static_cast<size_t>(length)), folder);
 }
 
 /** The regular file that a flat path leads to. Kept: no limit of hops; a chain of any length is followed. Only one that
@@ -68,6 +60,17 @@ std::optional<std::string> followLinks(std::string path) {
     return kind == FileKind::regular ? std::optional<std::string>(std::move(path)) : std::nullopt;
 }
 
+/** The regular file that a path leads to. */
+std::optional<std::string> resolve(const std::string &path) {
+    std::optional<std::string> flat = flatPath(path);
+    return flat ? followLinks(std::move(*flat)) : std::nullopt;
+}
+
+/** What a handle of the flat form stands for. */
+struct Resolution {
+    std::optional<std::string> file;
+};
+
 } // namespace
 
 } // namespace zor
@@ -76,12 +79,10 @@ namespace velmora_com {
 namespace vta {
 
 FileNameResolver::FileNameResolver(const std::string &path) : m_success(0) {
+    const zor::UncancellableScope uncancellable;
     m_success = zor::guarded(0, [&] {
         m_input = path;
-        std::string flat;
-        if (!FileNameFlattener(m_input).GetFlatPath(flat))
-            return 0;
-        std::optional<std::string> file = zor::followLinks(std::move(flat));
+        std::optional<std::string> file = zor::resolve(m_input);
         if (!file)
             return 0;
         m_absolute = std::move(*file);
@@ -103,8 +104,9 @@ int32_t FileNameResolver::GetAbsolutePath(std::string &path) const {
 uint32_t qelcomn_filenameresolver_create(const char *path, void **resolver) {
     if (!path || !resolver)
         return zor::kFailure;
+    const zor::UncancellableScope uncancellable;
     return zor::guarded(zor::kFailure, [&]() -> uint32_t {
-        *resolver = new zor::FileNameResolver(path);
+        *resolver = new zor::Resolution{zor::resolve(path)};
         return 0;
     });
 }
@@ -112,20 +114,18 @@ uint32_t qelcomn_filenameresolver_create(const char *path, void **resolver) {
 uint32_t qelcomn_filenameresolver_get_absolute_filename(void *resolver, char *buffer, uint32_t *size) {
     if (!resolver || !buffer || !size)
         return zor::kFailure;
-    return zor::guarded(zor::kFailure, [&] {
-        std::string path;
-        if (!static_cast<zor::FileNameResolver *>(resolver)->GetAbsolutePath(path))
-            return zor::kFailure;
-        const auto needed = static_cast<uint32_t>(path.size() + 1);
-        const bool fits = *size >= needed;
-        if (fits)
-            std::memcpy(buffer, path.c_str(), needed);
-        *size = needed;
-        return fits ? 0u : zor::kFailure;
-    });
+    const std::optional<std::string> &file = static_cast<zor::Resolution *>(resolver)->file;
+    if (!file)
+        return zor::kFailure;
+    const auto needed = static_cast<uint32_t>(file->size() + 1);
+    const bool fits = *size >= needed;
+    if (fits)
+        std::memcpy(buffer, file->c_str(), needed);
+    *size = needed;
+    return fits ? 0u : zor::kFailure;
 }
 
 uint32_t qelcomn_filenameresolver_destroy(void *resolver) {
-    delete static_cast<zor::FileNameResolver *>(resolver);
+    delete static_cast<zor::Resolution *>(resolver);
     return 0;
 }

@@ -33,7 +33,8 @@ template <class In, class Out>
     const std::unique_ptr<In[]> copy(new (std::nothrow) In[length + 1]);
     if (!copy)
         return kFailure;
-    std::memcpy(copy.get(), source, (length + 1) * sizeof(In));
+    std::memcpy(copy.get(), source, length * sizeof(In));
+    copy[length] = In(); // not read again: another thread may be writing there
     convert(copy.get(), length, destination);
     return 0;
 }

@@ -178,6 +178,38 @@ TEST_F(AddressResolution, GetAddrinfo_HandsOnTheResolversError) {
     EXPECT_TRUE(buffers.empty());
 }
 
+TEST_F(AddressResolution, GetAddrinfo_OutOfMemory_SucceedsWithTheTextsThatItAppended) {
+    fakeNetwork.hosts["alpha"] = {"10.0.0.1", "10.0.0.2", "10.0.0.3"};
+    bool reached = true, wasMemoryShort = false;
+    for (int nth = 1; reached && nth < 200; ++nth) {
+        util.zorFreeAddrinfo(buffers);
+        buffers.shrink_to_fit(); // so that the list grows with each text
+        int result = 0;
+        {
+            const FailingCall failing("operator new", nth);
+            result = util.zorGetAddrinfo("alpha", "", buffers, NI_NUMERICHOST);
+            reached = failing.wasReached();
+        }
+        EXPECT_EQ(result == 0, !buffers.empty()) << nth << ": " << result;
+        wasMemoryShort = wasMemoryShort || (result == 0 && buffers.size() < 3);
+    }
+    EXPECT_FALSE(reached);
+    EXPECT_TRUE(wasMemoryShort);
+}
+
+TEST_F(AddressResolution, CompareAddress_OutOfMemory_BelongsToNobody) {
+    const std::string name = "[]", peer = "2001:db8:0:0:0:0:0:bbbb"; // without memory for it, the peer were as empty
+    bool reached = true;
+    for (int nth = 1; reached && nth < 200; ++nth) {
+        std::string passedName = name, passedService, passedPeer = peer;
+        const FailingCall failing("operator new", nth);
+        EXPECT_EQ(util.zorCompareAddressFromPeerAddress(std::move(passedName), passedService, std::move(passedPeer)), 0)
+            << nth;
+        reached = failing.wasReached();
+    }
+    EXPECT_FALSE(reached);
+}
+
 // Lets one allocation after the other fail; whatever happens, nothing is lost.
 TEST_F(AddressResolution, GetAddrinfo_OutOfMemory_LeaksNothing) {
     fakeNetwork.hosts["alpha"] = {"10.0.0.1", "10.0.0.2", "10.0.0.3"};

@@ -293,6 +293,29 @@ TEST_F(OSTest, ReadOfTheVersionFile_GoesOnAfterASignalAndEndsWithAFault) {
     EXPECT_TRUE(failing.wasReached());
 }
 
+TEST_F(OSTest, NoMemoryAtAnyPoint_FillsTheRecordWholeOrLeavesIt) {
+    const std::string part(20, '9'); // beyond a short string
+    setVersion("1." + part + "." + part, "build " + part);
+    const OSInformation whole = collect();
+    bool wasReached = true, hasFailed = false;
+    for (int nth = 1; wasReached; ++nth) {
+        OSInformation info;
+        bool isCollected = false;
+        {
+            const FailingCall failing("operator new", nth);
+            isCollected =
+                zor::guarded(false, [&] { return collectOSInformation(m_versionFile.c_str(), "x86_64", info); });
+            wasReached = failing.wasReached();
+        }
+        EXPECT_EQ(info.OSVersion, isCollected ? whole.OSVersion : L"N/A") << nth;
+        EXPECT_EQ(info.OSCsdVersion, isCollected ? whole.OSCsdVersion : L"N/A") << nth;
+        EXPECT_EQ(info.OSBuildNum, isCollected ? whole.OSBuildNum : L"N/A") << nth;
+        EXPECT_EQ(info.OSBitMode, isCollected ? whole.OSBitMode : L"N/A") << nth;
+        hasFailed = hasFailed || !isCollected;
+    }
+    EXPECT_TRUE(hasFailed);
+}
+
 TEST_F(OSTest, NoMemory_Fails) {
     OSInformation info;
     const FailingCall failing("operator new");

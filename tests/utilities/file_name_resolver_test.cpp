@@ -185,19 +185,20 @@ TEST_F(Resolver, NoMemory_IsAFailureAndLosesNothing) {
         uint32_t size = sizeof buffer;
         void *resolver = nullptr;
         uint32_t created;
-        uint32_t got;
+        uint32_t got = kFailure;
         size_t left;
         {
             const zor::test::AllocationScope allocations;
             const zor::test::FailingCall failing("operator new", nth);
             created = qelcomn_filenameresolver_create(path.c_str(), &resolver);
+            wasReached = failing.wasReached();
             got = qelcomn_filenameresolver_get_absolute_filename(resolver, buffer, &size);
             qelcomn_filenameresolver_destroy(resolver);
-            wasReached = failing.wasReached();
             left = allocations.live();
         }
         EXPECT_EQ(left, 0u) << nth;
-        EXPECT_EQ(created, resolver ? 0 : kFailure) << nth;
+        EXPECT_EQ(created, wasReached ? kFailure : 0) << nth;
+        EXPECT_EQ(resolver == nullptr, wasReached) << nth << ": the caller's pointer stays on failure";
         EXPECT_EQ(got, wasReached ? kFailure : 0) << nth;
         EXPECT_EQ(buffer, wasReached ? "#" : m_folder / "file") << nth;
     }
