@@ -313,7 +313,7 @@ public:
      *                 takes as long as the system lets it.
      * @return 0 connected, -1 failed or time ran out.
      * Error cell: untouched; errno as the failing call left it, ETIMEDOUT when time ran out.
-     * Threads: safe; blocks, a cancellation point. A signal does not end the wait.
+     * Threads: safe; blocks, a cancellation point (the descriptor stays open). A signal does not end the wait.
      * Owns: the descriptor stays the caller's and open, also after a failure.
      */
     ZORCOMN_API int ConnectWithTimeout(int socket, sockaddr *address, int length, unsigned int seconds);
@@ -393,7 +393,8 @@ public:
      *                  limit lets a refused one pass. A negative limit is the longest there is.
      * @param flags     for getnameinfo: NI_NUMERICHOST gives a number.
      * @return 0; -1 when no address could be connected to; else getaddrinfo's own error number.
-     * Error cell: untouched.  Threads: as getaddrinfo; blocks, a cancellation point.  Owns: nothing stays open.
+     * Error cell: untouched.  Threads: as getaddrinfo; blocks, and cannot be cancelled meanwhile.
+     * Owns: nothing stays open.
      */
     ZORCOMN_API int zorGetLocalIPAddress(std::string const &peer, std::string service, std::string &local,
                                          bool const &ipv4Only, int seconds, int flags);
@@ -404,7 +405,8 @@ public:
      * @param unused    not looked at.
      * @param seconds   limit for each address.
      * @return the result of the last peer tried; -1 for an empty list.
-     * Error cell: untouched.  Threads: as getaddrinfo; blocks, a cancellation point.  Owns: nothing stays open.
+     * Error cell: untouched.  Threads: as getaddrinfo; blocks, and cannot be cancelled meanwhile.
+     * Owns: nothing stays open.
      */
     ZORCOMN_API int zorGetLocalIPAddressFromList(std::string const &peers, std::string service, std::string &local,
                                                  bool const &ipv4Only, int unused, int seconds);

@@ -167,8 +167,9 @@ public:
 
     /** Waits for the signals added and runs their callbacks, until one without a callback arrives: that one is logged
      * as "Received signal to stop VTA." and ends the waiting. What goes wrong while waiting is logged, too, all of it
-     * as SyslogInfo, and waited on. Signals that arrive during a callback stay pending. Blocks; a cancellation point.
-     * What a callback throws is not caught.
+     * as SyslogInfo, and waited on. Signals that arrive during a callback stay pending. Blocks; a cancellation point
+     * while it waits for a signal, where it holds nothing; in a callback, what the callback makes of it. What a
+     * callback throws is not caught.
      *
      * Error cell: nErrno untouched; errno may change.  Threads: one thread runs an object.  Owns: nothing.
      */
@@ -184,7 +185,8 @@ private:
 enum SyslogPriority : int { SyslogCritical = 0, SyslogError = 1, SyslogWarning = 2, SyslogInfo = 3 };
 
 /* Each message opens the system log (console fallback, connected at once), writes as facility user, and closes it
- * again: what the process itself has set with openlog is lost.
+ * again: what the process itself has set with openlog is lost, and no ident stays behind. No cancellation points. One
+ * mutex keeps messages of different threads apart; a child forked meanwhile may log as well.
  *
  * A call with a second text is always the form with an ident. LogInSystemLog(SyslogError, "%s", text) therefore writes
  * under the ident "%s" with text as the format, which a text from outside must never be. Pass it so:

@@ -8,6 +8,9 @@
 extern "C" {
 #endif
 
+/* A function is a cancellation point only where its description says so; a thread that is cancelled in another ends
+ * after the return. */
+
 /* Text and encoding conversions on caller-owned buffers. Wide text is UTF-32 in the machine's byte order, narrow text
  * is UTF-8. Of invalid text the system's converter (iconv) decides what is delivered: all before the first character
  * that it cannot convert, and the call succeeds. */

@@ -205,6 +205,7 @@ Place<unsigned char, wchar_t> decodeWellFormed(const unsigned char *source, size
 template <class In, class Out>
 [[gnu::noinline]] std::optional<size_t> convertRest(const char *to, const char *from, const In *rest, size_t length,
                                                     Out *destination, size_t room) {
+    const UncancellableScope uncancellable; // a converter may be a file that is read
     const Converter converter(iconv_open(to, from));
     if (!converter)
         return std::nullopt;

@@ -21,10 +21,7 @@ pthread_mutex_t logMutex = PTHREAD_MUTEX_INITIALIZER; // guards the C library's 
 class OpenLog {
 public:
     explicit OpenLog(const char *ident) { openlog(ident, LOG_CONS | LOG_NDELAY, LOG_USER); }
-    ~OpenLog() {
-        zor::CleanUpScope quiet;
-        closelog();
-    }
+    ~OpenLog() { closelog(); }
     OpenLog(const OpenLog &) = delete;
     OpenLog &operator=(const OpenLog &) = delete;
 };
@@ -72,6 +69,8 @@ bool vLogInSystemLog(int priority, const char *ident, const char *format, va_lis
         return true;
     const int callersErrno = errno;
     {
+        // A thread that ended in here would leave the log open under an ident on a stack that is gone.
+        const zor::UncancellableScope uncancellable;
         const zor::MutexLock lock(logMutex);
         const OpenLog log(ident ? ident : kIdent);
         errno = callersErrno; // what %m stands for

@@ -47,6 +47,7 @@ namespace vta {
 namespace sysprops {
 
 bool ISysProps::GetDiskInformation(DiskInformation &info) {
+    const zor::UncancellableScope uncancellable;
     return zor::guarded(true, [&] {
         int count = 0;
         Space sum = {0.0, 0.0};

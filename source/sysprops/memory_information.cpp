@@ -10,6 +10,7 @@ namespace vta {
 namespace sysprops {
 
 bool ISysProps::GetMemoryInformation(MemoryInformation &info) {
+    const zor::UncancellableScope uncancellable;
     return zor::guarded(false, [&] {
         const std::optional<uint64_t> total = zor::host::physicalMemoryBytes();
         if (total)

@@ -81,6 +81,7 @@ namespace vta {
 namespace sysprops {
 
 bool ISysProps::GetCPUInformation(CPUInformation &info) {
+    const zor::UncancellableScope uncancellable;
     return zor::guarded(false, [&] {
         if (const std::optional<int32_t> count = zor::host::processorCount())
             info.NumOfCPU = std::to_wstring(*count);
@@ -107,6 +108,7 @@ bool ConvertGestaltSysArchToString(long code, char *out) {
 }
 
 bool IsPortableComputer(bool &portable) {
+    const zor::UncancellableScope uncancellable;
     portable = false;
     return zor::guarded(false, [&] {
         std::optional<std::string> model = zor::host::hardwareModel();

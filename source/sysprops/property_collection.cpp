@@ -35,6 +35,7 @@ namespace vta {
 namespace sysprops {
 
 bool ISysProps::GetAllSystemProperties(std::map<std::wstring, std::wstring> &props) {
+    const zor::UncancellableScope uncancellable;
     return zor::guarded(true, [&] {
         std::map<std::wstring, std::pair<std::wstring, std::wstring>> fileSystems;
         GetAllSystemProperties(props, fileSystems);
@@ -46,6 +47,7 @@ bool ISysProps::GetAllSystemProperties(std::map<std::wstring, std::wstring> &pro
 
 bool ISysProps::GetAllSystemProperties(std::map<std::wstring, std::wstring> &props,
                                        std::map<std::wstring, std::pair<std::wstring, std::wstring>> &fileSystems) {
+    const zor::UncancellableScope uncancellable;
     return zor::guarded(true, [&] {
         GetNetworkInformation(m_network);
         GetCPUInformation(m_cpu);

@@ -52,6 +52,7 @@ std::wstring sysprops_ansi_to_wide(std::string text) {
 }
 
 bool getComputerName(std::string &name) {
+    const zor::UncancellableScope uncancellable;
     utsname system;
     if (uname(&system) < 0)
         return false;
@@ -59,6 +60,7 @@ bool getComputerName(std::string &name) {
 }
 
 bool GetPwUid(unsigned int uid, std::string &name) {
+    const zor::UncancellableScope uncancellable;
     const long suggested = sysconf(_SC_GETPW_R_SIZE_MAX);
     Memory buffer;
     for (size_t size = suggested > 0 ? static_cast<size_t>(suggested) : 1024; resize(buffer, size); size *= 2) {

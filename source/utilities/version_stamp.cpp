@@ -38,6 +38,7 @@ std::optional<Version> versionOf(const char *path) {
 int32_t writeVersion(const char *path, char *buffer, uint32_t size, int (*format)(StampText &, const Version &)) {
     if (!buffer)
         return 0;
+    const zor::UncancellableScope uncancellable;
     std::memset(buffer, 0, size);
     if (!path) // which would open the program itself
         return 0;

@@ -7,8 +7,12 @@
 #include <csignal>
 #include <cstring>
 #include <deque>
+#include <string>
+#include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 using velmora_com::vta::SignalHandler;
 
@@ -46,8 +50,10 @@ int __wrap_sigismember(const sigset_t *set, int signal) {
     return answer;
 }
 
+// Each is a cancellation point, as the system's may be.
 void __wrap_openlog(const char *ident, int options, int facility) {
     logged.push_back("open " + std::string(ident) + " " + std::to_string(options) + " " + std::to_string(facility));
+    pthread_testcancel();
     errno = ECONNREFUSED;
 }
 ZORCOMN_PRINTF(2, 0) void __wrap_vsyslog(int priority, const char *format, va_list arguments) {
@@ -55,6 +61,7 @@ ZORCOMN_PRINTF(2, 0) void __wrap_vsyslog(int priority, const char *format, va_li
     char text[200];
     vsnprintf(text, sizeof text, format, arguments);
     logged.push_back(std::to_string(priority) + " " + text + (std::strstr(format, "%m") ? " (" + error + ")" : ""));
+    pthread_testcancel();
     errno = EPIPE;
 }
 void __wrap_closelog() {
@@ -218,6 +225,28 @@ TEST_F(SystemLog, Errno_ReachesTheMessageAndTheCaller) {
     EXPECT_EQ(errno, ENOENT);
     ASSERT_EQ(logged.size(), 3u);
     EXPECT_NE(logged[1].find(std::string("(") + std::strerror(ENOENT) + ")"), std::string::npos) << logged[1];
+}
+
+TEST_F(SystemLog, CancelledThread_WritesItsMessageAndClosesTheLog) {
+    for (const bool isLoop : {false, true}) { // whose own messages are no cancellation points either
+        logged.clear();
+        waits = {{0, 0, SIGTERM}};
+        std::thread([&] {
+            pthread_cancel(pthread_self());
+            const std::string ident = "an ident of this thread's own";
+            if (isLoop) {
+                SignalHandler handler;
+                handler.addSignalToBlock(SIGTERM);
+                handler();
+            } else {
+                LogInSystemLog(velmora_com::vta::SyslogError, ident.c_str(), "text");
+            }
+            logged.push_back("returned");
+        }).join();
+        ASSERT_EQ(logged.size(), 4u);
+        EXPECT_EQ(logged[2], "close");
+        EXPECT_EQ(logged[3], "returned");
+    }
 }
 
 namespace {
