@@ -156,7 +156,8 @@ public:
      */
     ZORCOMN_API int unblockSignal(int signal);
 
-    /** Registers what to do when a signal arrives. The first registration for a signal stays; further ones are dropped.
+    /** Registers what to do when a signal arrives. The first registration for a signal stays; further ones are dropped,
+     * and so is one for which there is no memory.
      * @param signal    a signal number; it has to be added with addSignalToBlock too.
      * @param callback  runs on the waiting thread, one at a time; an empty one lets the signal pass without effect.
      * @return 0.

@@ -397,7 +397,8 @@ ZORCOMN_API bool ConvertGestaltSysArchToString(long code, char *out);
  */
 ZORCOMN_API bool IsPortableComputer(bool &portable);
 
-/** Rounds an amount down to a step between two bounds, never up to the upper one.
+/** Rounds an amount down to a step between two bounds. The last step, at the upper bound, is the result only for an
+ * amount above it; an amount below the lower bound is raised to that.
  * @param value  the amount.
  * @param upper  the end of the last step.
  * @param lower  the start of the first step.

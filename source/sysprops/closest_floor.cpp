@@ -8,7 +8,7 @@ namespace velmora_com {
 namespace vta {
 namespace sysprops {
 
-// Kept: an amount that lies exactly on a step goes one step lower, the highest result is one step below upper, and what
+// Kept: an amount that lies exactly on a step goes one step lower, so that only one above upper gives upper, and what
 // lies at or below the first step (with lower 0) comes back as it is. The candidate grows by addition, since callers
 // compare the last digits of the sums.
 template <typename T> T get_closest_floor(const T &value, const T &upper, const T &lower, const unsigned int &steps) {
