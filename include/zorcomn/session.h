@@ -206,7 +206,7 @@ ZORCOMN_API bool LogInSystemLog(SyslogPriority priority, const char *format, ...
 
 /** Writes a message to the system log under an ident.
  * @param priority   the library's scale.
- * @param ident      stands before the message; null means "[VTA]".
+ * @param ident      stands before the message; null means "[VTA]", and so does any when there is no memory to copy it.
  * @param format     printf's, and %m for errno's text; null writes nothing.
  * @return true, also when no log takes the message.
  * Error cell: untouched, errno too.  Threads: safe; not in a signal handler.  Owns: nothing.
@@ -225,7 +225,7 @@ ZORCOMN_API bool vLogInSystemLog(int priority, const char *format, va_list argum
 
 /** Writes a message to the system log under an ident.
  * @param priority   the system's own, LOG_EMERG (0) to LOG_DEBUG (7).
- * @param ident      stands before the message; null means "[VTA]".
+ * @param ident      stands before the message; null means "[VTA]", and so does any when there is no memory to copy it.
  * @param format     printf's, and %m for errno's text; null writes nothing.
  * @param arguments  the format's; used up afterwards, va_end is the caller's.
  * @return true, also when no log takes the message.

@@ -197,7 +197,7 @@ public:
     /** Collects every property, the file systems apart.
      * @param props        [out] cleared, then 30 properties, "IsPortable" among them.
      * @param fileSystems  [out] replaced by the disk record's table: mount point to (total, free) megabytes.
-     * @return true, as the other form.
+     * @return true, as the other form; a lack of memory may also leave fileSystems as it was.
      * Error cell: untouched.  Threads: one object, one thread at a time.  Owns: nothing.
      */
     ZORCOMN_API bool GetAllSystemProperties(std::map<std::wstring, std::wstring> &props,
@@ -424,8 +424,8 @@ extern template double get_closest_floor<double>(const double &, const double &,
 /* One property each, for callers with no object: every call collects anew through an ISysProps of its own, so that it
  * costs a run of its group's collector and knows nothing of earlier calls. Global namespace, C++ linkage.
  *
- * Results: what ISysProps::GetOneSystemProperty gives for the property named, "N/A" when it is not found; empty when
- * there is no memory. Sources: those of the group's collector above.
+ * Results: what ISysProps::GetOneSystemProperty gives for the property named on a fresh object, as a rule "N/A" when it
+ * is not found; empty when there is no memory. Sources: those of the group's collector above.
  * Error cell: untouched.  Threads: as the group's collector.  Owns: nothing. */
 
 /** Architecture and kind of the processors ("CPUType"). */

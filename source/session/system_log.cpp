@@ -7,6 +7,9 @@
 #include "source/platform/posix.h"
 
 #include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
 
 #include <pthread.h>
 #include <syslog.h>
@@ -16,6 +19,8 @@ namespace {
 constexpr char kIdent[] = "[VTA]";
 
 pthread_mutex_t logMutex = PTHREAD_MUTEX_INITIALIZER; // guards the C library's log connection and its ident
+
+using OwnIdent = std::unique_ptr<char, zor::Releaser<std::free>>;
 
 /** The log connection, open for the life of one message. */
 class OpenLog {
@@ -69,10 +74,12 @@ bool vLogInSystemLog(int priority, const char *ident, const char *format, va_lis
         return true;
     const int callersErrno = errno;
     {
-        // A thread that ended in here would leave the log open under an ident on a stack that is gone.
+        // A thread that ended in here would leave the log open. So does, in its child, one that another thread forks
+        // meanwhile; the ident is a copy, since the caller's may stand on a stack that is not the child's.
         const zor::UncancellableScope uncancellable;
+        const OwnIdent copy(ident ? strdup(ident) : nullptr);
         const zor::MutexLock lock(logMutex);
-        const OpenLog log(ident ? ident : kIdent);
+        const OpenLog log(copy ? copy.get() : kIdent);
         errno = callersErrno; // what %m stands for
         vsyslog(priority, format, arguments);
     }

@@ -24,6 +24,7 @@ struct Wait {
 std::deque<Wait> waits;
 std::deque<int> memberships; // answers of the membership test; the real one once they are used up
 std::vector<std::string> logged;
+const char *identOpened = nullptr; // where the C library was told to find it
 
 } // namespace
 
@@ -53,6 +54,7 @@ int __wrap_sigismember(const sigset_t *set, int signal) {
 // Each is a cancellation point, as the system's may be.
 void __wrap_openlog(const char *ident, int options, int facility) {
     logged.push_back("open " + std::string(ident) + " " + std::to_string(options) + " " + std::to_string(facility));
+    identOpened = ident;
     pthread_testcancel();
     errno = ECONNREFUSED;
 }
@@ -225,6 +227,13 @@ TEST_F(SystemLog, Errno_ReachesTheMessageAndTheCaller) {
     EXPECT_EQ(errno, ENOENT);
     ASSERT_EQ(logged.size(), 3u);
     EXPECT_NE(logged[1].find(std::string("(") + std::strerror(ENOENT) + ")"), std::string::npos) << logged[1];
+}
+
+TEST_F(SystemLog, Ident_IsACopyThatOutlivesTheCallersStackInAForkedChild) {
+    const char ident[] = "on this stack";
+    LogInSystemLog(velmora_com::vta::SyslogError, ident, "text");
+    EXPECT_NE(identOpened, ident);
+    EXPECT_EQ(logged, (Messages{"open on this stack 10 8", "3 text", "close"}));
 }
 
 TEST_F(SystemLog, CancelledThread_WritesItsMessageAndClosesTheLog) {
