@@ -11,20 +11,20 @@
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <sys/utsname.h>
+#include <unistd.h>
 
 namespace {
 
 using namespace velmora_com::vta::sysprops;
 
 constexpr char kVersionFile[] = "/System/Library/CoreServices/SystemVersion.plist";
-constexpr off_t kMaxVersionFileBytes = off_t{16} * 1024 * 1024;
 constexpr size_t kTextSize = 256; // of a text looked up, terminator included
 constexpr size_t kMaxProductNameBytes = 30;
 constexpr size_t kMaxBitModeBytes = 4;
@@ -34,15 +34,20 @@ struct Version {
     std::string build;
 };
 
-/** The content of the version file; nothing when it is missing, empty, unreadable or too large to be one. */
+/** The content of the version file, whatever its size; nothing when it is missing, empty or unreadable. */
 std::optional<std::string> readVersionFile(const char *path) {
-    struct stat facts;
-    if (stat(path, &facts) != 0 || facts.st_size <= 0 || facts.st_size > kMaxVersionFileBytes)
+    // Without O_NONBLOCK, a pipe in the file's place would hold us up.
+    const zor::Descriptor file(
+        zor::retryInterrupted([&] { return open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK); }));
+    // What has no size is no file; asked so, a date that does not fit the system's records does not matter. A folder may
+    // tell any size, but gives no byte.
+    char first = '\0';
+    const off_t size = file ? lseek(file.get(), 0, SEEK_END) : -1;
+    if (size <= 0 || static_cast<uint64_t>(size) > SIZE_MAX / 2 || lseek(file.get(), 0, SEEK_SET) != 0 ||
+        zor::retryInterrupted([&] { return read(file.get(), &first, 1); }) != 1 || first == '\0' ||
+        lseek(file.get(), 0, SEEK_SET) != 0)
         return std::nullopt;
-    const zor::Descriptor file(zor::retryInterrupted([&] { return open(path, O_RDONLY | O_CLOEXEC); }));
-    if (!file)
-        return std::nullopt;
-    std::string content(static_cast<size_t>(facts.st_size), '\0');
+    std::string content(static_cast<size_t>(size), '\0');
     size_t length = 0;
     while (length < content.size()) {
         const ssize_t got =
@@ -54,8 +59,6 @@ std::optional<std::string> readVersionFile(const char *path) {
         length += static_cast<size_t>(got);
     }
     content.resize(length);
-    if (content.empty() || content.front() == '\0')
-        return std::nullopt;
     return content;
 }
 

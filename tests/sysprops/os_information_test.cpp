@@ -272,13 +272,39 @@ TEST_F(OSTest, VersionFileThatCannotBeRead_LeavesTheFixedFieldsOnly) {
     expectFailure("/dev/null");
     ASSERT_EQ(mkfifo((m_folder / "pipe").c_str(), 0600), 0);
     expectFailure(m_folder / "pipe");
-    const std::string huge = m_folder.write("huge", "x");
-    ASSERT_EQ(truncate(huge.c_str(), 1ll << 40), 0);
-    expectFailure(huge);
     if (geteuid() != 0) {
         ASSERT_EQ(chmod(m_versionFile.c_str(), 0), 0);
         expectFailure(m_versionFile);
     }
+}
+
+TEST_F(OSTest, VersionFileOfAnySize_IsReadWhole) {
+    // More than any limit that might tempt one, and the list knows it by its last byte.
+    const size_t size = size_t{17} * 1024 * 1024;
+    fakeHost.lookUpInPropertyList = [=](const std::string &bytes, const std::vector<std::string> &) {
+        EXPECT_EQ(bytes.size(), size);
+        EXPECT_EQ(bytes.back(), '>');
+        return Texts{"10.4.11", "8S165"};
+    };
+    m_versionFile = m_folder.write("version", "<" + std::string(size - 2, ' ') + ">");
+    EXPECT_EQ(collect().OSVersion, L"10.4.11");
+}
+
+TEST_F(OSTest, VersionFileThatMemoryDoesNotHold_Fails) {
+    const std::string huge = m_folder.write("huge", "x");
+    if (truncate(huge.c_str(), 1ll << 43) != 0)
+        GTEST_SKIP() << "the file system here holds no file of that size";
+    OSInformation info;
+    EXPECT_FALSE(zor::guarded(false, [&] { return collectOSInformation(huge.c_str(), "ppc", info); }));
+    EXPECT_EQ(info.PlatformID, L"MAC");
+    EXPECT_EQ(info.OSVersion, L"N/A");
+    EXPECT_EQ(log(), "") << "no command is run";
+}
+
+TEST_F(OSTest, VersionFileOfALateDate_IsRead) {
+    if (std::system(("touch -d 2100-01-01 '" + m_versionFile + "'").c_str()) != 0)
+        GTEST_SKIP() << "the file system here holds no such date";
+    EXPECT_EQ(collect().OSVersion, L"10.4.11");
 }
 
 TEST_F(OSTest, ReadOfTheVersionFile_GoesOnAfterASignalAndEndsWithAFault) {

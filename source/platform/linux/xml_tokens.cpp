@@ -118,6 +118,14 @@ bool equalsIgnoringCase(std::string_view text, std::string_view lower) {
            });
 }
 
+/** Whether a public identifier holds nothing but what one may. */
+bool isPublicIdentifier(std::string_view text) {
+    return std::all_of(text.begin(), text.end(), [](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+               std::string_view(" \r\n-'()+,./:=?;!*#@$_%").find(c) != std::string_view::npos;
+    });
+}
+
 } // namespace
 
 XmlTokens::XmlTokens(std::string_view document) : m_rest(document), m_isSound(isXmlText(document)) {
@@ -225,7 +233,7 @@ bool XmlTokens::skipDocumentType() {
     m_hadDocumentType = true;
     if (skipBlanks()) {
         const bool isPublic = skip("PUBLIC");
-        if (isPublic && (!skipBlanks() || !skipQuoted(identifier)))
+        if (isPublic && (!skipBlanks() || !skipQuoted(identifier) || !isPublicIdentifier(identifier)))
             return false;
         if ((isPublic || skip("SYSTEM")) && (!skipBlanks() || !skipQuoted(identifier)))
             return false;
@@ -234,7 +242,7 @@ bool XmlTokens::skipDocumentType() {
     return skip(">");
 }
 
-/** Skips what may stand before and behind the root element. */
+/** Skips what may stand before and behind the root element; behind it, white space and comments alone. */
 bool XmlTokens::skipOutsideRoot() {
     for (;;) {
         skipBlanks();
@@ -242,7 +250,7 @@ bool XmlTokens::skipOutsideRoot() {
             if (!skipComment())
                 return false;
         } else if (skip("<?")) {
-            if (!skipInstruction())
+            if (m_hadRoot || !skipInstruction())
                 return false;
         } else if (skip("<!DOCTYPE")) {
             if (!skipDocumentType())

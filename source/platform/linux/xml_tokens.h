@@ -2,7 +2,8 @@
 
 // Takes an XML document apart into tags and texts, and refuses what is not well-formed. It knows UTF-8 (and so ASCII)
 // only, and no document type with declarations of its own: without them nothing can expand, and no reference but the
-// five named ones means anything. Whether the tags match each other is for the reader of the tokens to see.
+// five named ones means anything. Whether the tags match each other is for the reader of the tokens to see. Stricter
+// than XML: behind the root element it takes no instruction.
 
 #include <optional>
 #include <string>

@@ -53,7 +53,10 @@ TEST(PropertyList, Frame_MayBeOfSeveralForms) {
         "<!DOCTYPE plist SYSTEM \"file://localhost/System/Library/DTDs/PropertyList.dtd\" >"
         "<plist><dict><key>k</key><string>v</string></dict></plist>",
         " \t\r\n<!-- a --><?tool a?b?><plist><!-- b --><dict><?c?><key>k</key><!-- c --><string>v</string> </dict>\n"
-        "</plist> <!-- d --><?e f?>\n",
+        "</plist> <!-- d -->\n<!-- e -->",
+        "<!DOCTYPE plist PUBLIC \"aZ09 \r\n-'()+,./:=?;!*#@$_%\" \"<&\t\xC3\xA9\">"
+        "<plist><dict><key>k</key><string>v</string></dict></plist>",
+        "<!DOCTYPE plist PUBLIC '' ''><plist><dict><key>k</key><string>v</string></dict></plist>",
     };
     for (const char *list : kLists)
         EXPECT_EQ(lookUp(list), (TextList{"v"})) << list;
@@ -106,6 +109,18 @@ TEST(PropertyList, BrokenFrame_IsRefused) {
         "<!DOCTYPE plist PUBLIC \"a\"><plist><dict/></plist>",
         "<!DOCTYPE plist SYSTEM><plist><dict/></plist>",
         "<!DOCTYPE plist><!DOCTYPE plist><plist><dict/></plist>",
+        "<!DOCTYPE plist PUBLIC \"a<b\" \"c\"><plist><dict/></plist>",
+        "<!DOCTYPE plist PUBLIC \"a>b\" \"c\"><plist><dict/></plist>",
+        "<!DOCTYPE plist PUBLIC \"a&b\" \"c\"><plist><dict/></plist>",
+        "<!DOCTYPE plist PUBLIC \"a&amp;b\" \"c\"><plist><dict/></plist>",
+        "<!DOCTYPE plist PUBLIC \"a\tb\" \"c\"><plist><dict/></plist>",
+        "<!DOCTYPE plist PUBLIC \"a\xC3\xA9\" \"c\"><plist><dict/></plist>",
+        "<!DOCTYPE plist PUBLIC 'a\"b' 'c'><plist><dict/></plist>",
+        "<!DOCTYPE plist PUBLIC \"a[b]\" \"c\"><plist><dict/></plist>",
+        "<plist><dict/></plist><?a?>",
+        "<plist><dict/></plist> <?a b?>\n",
+        "<plist><dict/></plist><!-- a --><?b c?>",
+        "<dict/><?a?>",
         "<plist><dict/></plist><!DOCTYPE plist>",
         "<plist><!DOCTYPE plist><dict/></plist>",
         "<!DOCTYPE plist [<!ENTITY a \"b\">]><plist><dict/></plist>",
