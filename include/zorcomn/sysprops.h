@@ -216,9 +216,9 @@ public:
      *              OSBitMode: "1" for a machine type that holds "_64", else "0" for one that holds "86", else by
      *              "sysctl hw | grep 64bit | awk '{ print $2 }'": "1" for a number other than 0, "0" for anything
      *              else, "-1" when the command cannot be started.
-     * @return true; false when the list is missing, unreadable, empty or larger than 16 MiB, begins with a zero byte,
-     *         does not parse, has no dictionary as its root or no "ProductVersion", when what it holds for either key
-     *         is no text or one of more than 255 bytes, or when memory runs out. All fields but the first three are
+     * @return true; false when the list is missing, unreadable, empty or larger than memory holds, begins with a zero
+     *         byte, does not parse, has no dictionary as its root or no "ProductVersion", when what it holds for either
+     *         key is no text or one of more than 255 bytes, or when memory runs out. All fields but the first three are
      *         then untouched, and, but for a lack of memory, no command is run.
      * Error cell: untouched.  Threads: safe on different records; blocks while a command runs.  Owns: nothing.
      */
@@ -232,6 +232,8 @@ public:
      *              a "68000", code 0.
      *              IsPortable: "1", "0", or "-1" when the model is not known; untouched with an empty CPUType.
      *              CPUSerialNumber: never written.
+     * Where another program serves the kernel's files, as in some containers, each has a second to answer; what does
+     * not is not known.
      * @return false when neither name is known or memory runs out, else true.
      * Error cell: untouched.  Threads: safe on different records.  Owns: nothing.
      */
@@ -240,19 +242,26 @@ public:
      * @param info  [in, out] TotalPhysicalMemory: untouched when not known.
      *              FreeMemory: free pages times page size, rounded down by get_closest_floor in twentieths of
      *              the total; unrounded when the total is not known.
+     * Where another program serves the kernel's files, as in some containers, each has a second to answer; what does
+     * not is not known.
      * @return false when the free pages are not known or memory runs out, with FreeMemory untouched; else true.
      * Error cell: untouched.  Threads: safe on different records.  Owns: nothing.
      */
     ZORCOMN_API bool GetMemoryInformation(MemoryInformation &info);
     /** Fills the disk record with the local file systems that have blocks, in megabytes of 2^20 bytes with two decimals
      * (and the decimal point of the process's locale). Sources: the system's table of mounts, and each local file
-     * system's own figures; remote ones are never asked. Free space is all free blocks, also those kept for the
-     * superuser, rounded down by get_closest_floor in twentieths of the total.
+     * system's own figures, all free blocks, also those kept for the superuser, rounded down by get_closest_floor in
+     * twentieths of the total. Each file system counts once, however often it is mounted: on "/", else where all of it
+     * is, else where a folder of it is, the first that answers; a single file in a container, whose root shows the same
+     * disk, counts nothing. Remote file systems are not asked, and neither is what lies behind one: that does not
+     * count, unless it can be seen on another way, too. Where a local file system is served by a program, or lies
+     * behind such a one, it has a second to answer, and all of these together have two; one that does not is left out.
      * @param info  [in, out] NumberOfFileSystems, TotalDiskSpace, FreeDiskSpace: count and sums; the free sum is
      *              rounded once, not the sum of rounded amounts. "0" and "0.00" when there are none or none is told.
-     *              FileSystems: mount point to total and free; of several on one mount point the first is listed, all
-     *              are counted. The table is not cleared: entries of an earlier run stay, those found again are
-     *              refreshed. A mount point that is no valid UTF-8 is listed up to where it ceases to be.
+     *              FileSystems: mount point to total and free; of several on one mount point the first is listed, and
+     *              those that the system still tells are counted. The table is not cleared: entries of an earlier run
+     *              stay, those found again are refreshed. A mount point that is no valid UTF-8 is listed up to where it
+     *              ceases to be.
      * @return true.
      * Error cell: untouched.  Threads: safe on different records.  Owns: nothing.
      */

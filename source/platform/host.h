@@ -3,7 +3,8 @@
 // The one seam to the operating system, where systems differ. Every function hands over a raw fact or says that it is
 // not known; nothing here formats, rounds or decides. platform/darwin/ and platform/linux/ implement it, and
 // tests/support/fake_host.cpp does so a third time, with answers that a test sets. What POSIX gives to every system
-// is called directly by the modules, not through here.
+// is called directly by the modules, not through here. A fact of the machine that does not come within a second or two,
+// because a program that serves it hangs, is not known; what a caller's own path or name leads to takes its time.
 
 #include <array>
 #include <cstddef>
@@ -61,7 +62,8 @@ struct MountedFileSystem {
     uint64_t freeBlocks; // all of them, also those kept for the superuser
     bool isLocal;
 };
-/** The mounted file systems in the system's order; nothing when the table cannot be read. */
+/** The mounted file systems in the system's order, without those that cannot be asked or do not answer in time; nothing
+ * when the table cannot be read. */
 std::optional<std::vector<MountedFileSystem>> mountedFileSystems();
 
 struct FileSystemSpace {

@@ -39,8 +39,8 @@ std::optional<std::string> readVersionFile(const char *path) {
     // Without O_NONBLOCK, a pipe in the file's place would hold us up.
     const zor::Descriptor file(
         zor::retryInterrupted([&] { return open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK); }));
-    // What has no size is no file; asked so, a date that does not fit the system's records does not matter. A folder may
-    // tell any size, but gives no byte.
+    // What has no size is no file; asked so, a date that does not fit the system's records does not matter. A folder
+    // may tell any size, but gives no byte.
     char first = '\0';
     const off_t size = file ? lseek(file.get(), 0, SEEK_END) : -1;
     if (size <= 0 || static_cast<uint64_t>(size) > SIZE_MAX / 2 || lseek(file.get(), 0, SEEK_SET) != 0 ||

@@ -49,6 +49,55 @@ bool areEqual(const std::vector<Mount> &some, const std::vector<Mount> &others) 
     return true;
 }
 
+/** The mount that a walk along the path meets first among those mounted in a parent, longer than the part behind. */
+const Mount *nextOnPath(const std::vector<Mount> &mounts, uint64_t parent, const std::string &path, size_t behind) {
+    const Mount *next = nullptr;
+    for (const Mount &mount : mounts) {
+        const std::string &point = mount.mountPoint;
+        const bool isOnPath = point.size() > behind && (path + '/').compare(0, point.size() + 1, point + '/') == 0;
+        if (isOnPath && mount.parentId == parent && mount.id != parent &&
+            (!next || point.size() <= next->mountPoint.size()))
+            next = &mount;
+    }
+    return next;
+}
+
+const Mount *coverOf(const std::vector<Mount> &mounts, const Mount &covered) {
+    const Mount *cover = nullptr;
+    for (const Mount &mount : mounts)
+        if (mount.parentId == covered.id && mount.id != covered.id && mount.mountPoint == covered.mountPoint)
+            cover = &mount;
+    return cover;
+}
+
+/** The same answer as the reader's, found by walking the path; for tables in which each identifier comes once. */
+bool isReachedStepByStep(const std::vector<Mount> &mounts, const Mount &wanted) {
+    std::set<uint64_t> ids;
+    for (const Mount &mount : mounts)
+        if (!ids.insert(mount.id).second)
+            return true;
+    const Mount *reached = nullptr;
+    for (const Mount &mount : mounts)
+        if (mount.mountPoint == "/" && (ids.count(mount.parentId) == 0 || mount.parentId == mount.id)) {
+            reached = &mount;
+            break;
+        }
+    for (const Mount &mount : mounts)
+        if (mount.mountPoint != "/" && ids.count(mount.parentId) == 0)
+            return true; // a root out of sight
+    if (!reached)
+        return false;
+    if (const Mount *cover = coverOf(mounts, *reached); cover && reached->type == "rootfs")
+        reached = cover;
+    for (size_t behind = 1; const Mount *next = nextOnPath(mounts, reached->id, wanted.mountPoint, behind);) {
+        reached = next;
+        while (const Mount *cover = coverOf(mounts, *reached))
+            reached = cover;
+        behind = reached->mountPoint.size();
+    }
+    return reached == &wanted;
+}
+
 } // namespace
 
 const char *brokenPropertyListRule(const std::string &bytes) {
@@ -59,7 +108,7 @@ const char *brokenPropertyListRule(const std::string &bytes) {
         return "every key has an answer";
     if (lookUp(bytes + " \n<!-- end -->") != texts)
         return "white space and comments may follow";
-    if (lookUp(bytes + "x") || lookUp(bytes + "<dict/>"))
+    if (lookUp(bytes + "x") || lookUp(bytes + "<dict/>") || lookUp(bytes + "<?after all?>"))
         return "nothing else may follow";
     if (lookUp(bytes.substr(0, bytes.rfind("</"))) && bytes.find("</") != std::string::npos &&
         bytes.find("-->", bytes.rfind("</")) == std::string::npos &&
@@ -72,22 +121,36 @@ const char *brokenPropertyListRule(const std::string &bytes) {
 }
 
 const char *brokenMountTableRule(const std::string &bytes) {
-    const auto mounts = host::parseMountTable(bytes);
-    if (!mounts)
-        return nullptr;
-    for (const Mount &mount : *mounts)
+    const std::vector<Mount> mounts = host::parseMountTable(bytes);
+    for (const Mount &mount : mounts)
         if (mount.mountPoint.empty() || mount.mountPoint.front() != '/' ||
             mount.mountPoint.find('\0') != std::string::npos)
             return "a mount point is an absolute path";
-    const auto again = host::parseMountTable(tableOf(*mounts));
-    if (!again || !areEqual(*again, *mounts))
+    if (!areEqual(host::parseMountTable(tableOf(mounts)), mounts))
         return "escaping changes nothing";
-    if (!bytes.empty() && host::parseMountTable(bytes.substr(0, bytes.size() - 1)))
-        return "the last newline is needed";
+    if (!areEqual(host::parseMountTable("not a mount\n" + bytes), mounts))
+        return "an odd line is passed over alone";
+    const size_t end = bytes.rfind('\n') + 1; // 0 where there is none
+    if (!areEqual(host::parseMountTable(bytes.substr(0, end)), mounts) ||
+        (end == bytes.size() && end > 0 &&
+         !areEqual(host::parseMountTable(bytes.substr(0, end - 1)),
+                   host::parseMountTable(bytes.substr(0, bytes.rfind('\n', end - 2) + 1)))))
+        return "a line that is cut short does not count";
     std::set<std::string> devices;
-    for (const Mount &mount : host::chooseLocalMounts(*mounts))
-        if (!devices.insert(mount.device).second || !host::isLocal(mount.type, mount.mountPoint))
-            return "one local mount stands for each device";
+    for (const std::vector<host::LocalMount> &list : host::findLocalMounts(mounts)) {
+        if (list.empty() || !devices.insert(list.front().mount->device).second)
+            return "one list for each device";
+        for (const host::LocalMount &candidate : list) {
+            const Mount &mount = *candidate.mount;
+            if (mount.device != list.front().mount->device || !host::isLocal(mount.type, mount.mountPoint))
+                return "a device's own mounts stand for it, and they are local";
+            if (!isReachedStepByStep(mounts, mount))
+                return "a mount that no path leads to is left out";
+        }
+    }
+    const auto answer = [](const host::LocalMount &) { return std::optional<host::VolumeSpace>({true, 1, 1, 1}); };
+    if (host::chooseVolumes(mounts, answer).size() != devices.size())
+        return "one mount stands for each device";
     return nullptr;
 }
 

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <iterator>
 #include <unordered_map>
-#include <unordered_set>
 
 namespace zor::host {
 
@@ -25,6 +24,16 @@ constexpr std::string_view kUnstoredTypes[] = {
     "openpromfs",   "oprofilefs", "pidfs",      "pipefs",     "proc",        "pstore",   "ramfs",   "resctrl",
     "rootfs",       "rpc_pipefs", "secretmem",  "securityfs", "selinuxfs",   "shiftfs",  "smackfs", "sockfs",
     "spufs",        "sysfs",      "tmpfs",      "tracefs",    "usbfs",       "xenfs",
+};
+
+// Kept by the kernel alone, on a device of this machine or in memory: nobody else is asked.
+constexpr std::string_view kPromptTypes[] = {
+    "affs",     "bcachefs", "befs",    "bfs",     "binfmt_misc", "bpf",      "btrfs",     "cgroup",   "cgroup2",
+    "configfs", "cramfs",   "debugfs", "devpts",  "devtmpfs",    "efs",      "erofs",     "exfat",    "ext2",
+    "ext3",     "ext4",     "f2fs",    "fusectl", "hfs",         "hfsplus",  "hugetlbfs", "iso9660",  "jffs2",
+    "jfs",      "minix",    "mqueue",  "msdos",   "nilfs2",      "nsfs",     "ntfs",      "ntfs3",    "proc",
+    "pstore",   "ramfs",    "romfs",   "rootfs",  "securityfs",  "reiserfs", "selinuxfs", "squashfs", "sysfs",
+    "tmpfs",    "tracefs",  "ubifs",   "udf",     "ufs",         "vfat",     "xfs",       "zfs",
 };
 
 constexpr std::string_view kLayeredTypes[] = {"aufs", "overlay", "overlayfs", "unionfs"};
@@ -101,66 +110,114 @@ std::optional<Mount> parseMount(std::string_view line) {
                  *std::move(path), *std::move(type)};
 }
 
-/** Finds out where a path leads, mount by mount, as the kernel does when it walks the path. */
-class PathWalk {
+/** Which mounts the paths of this process lead to. Worked out for all at once, from its root downwards, as the kernel
+ * walks: a mount is entered through the one it is mounted in, unless another is met before on the way. */
+class MountTree {
 public:
-    explicit PathWalk(const std::vector<Mount> &mounts) : m_maxSteps(mounts.size()) {
-        std::unordered_set<uint64_t> ids;
-        for (const Mount &mount : mounts)
-            ids.insert(mount.id);
-        for (const Mount &mount : mounts) {
-            // The parent of what is mounted on "/" is out of sight, or the mount itself.
-            const bool isTop = mount.parentId == mount.id || ids.count(mount.parentId) == 0;
-            (isTop ? m_top : m_children[mount.parentId])[mount.mountPoint] = &mount; // of several the last
-        }
+    explicit MountTree(const std::vector<Mount> &mounts) : m_mounts(mounts), m_nodes(mounts.size() + 1) {
+        connect();
+        std::vector<size_t> entered{m_top};
+        m_nodes[m_top].isEntered = true;
+        for (size_t next = 0; next < entered.size(); ++next) // each mount has one parent, so that it comes once at most
+            for (const auto &[point, child] : m_nodes[entered[next]].children)
+                if (enter(entered[next], child, point))
+                    entered.push_back(child);
     }
 
-    /** Whether the mount's own path leads to it, and not to one that covers it or a folder above it. */
-    bool isReachable(const Mount &mount) const {
-        const Mount *reached = firstOnPath(m_top, mount.mountPoint);
-        // As many steps as there are mounts: a table that runs in a circle ends, too.
-        for (size_t step = 0; reached && step < m_maxSteps; ++step) {
-            const auto children = m_children.find(reached->id);
-            const Mount *next =
-                children == m_children.end() ? nullptr : firstOnPath(children->second, mount.mountPoint);
-            if (!next)
-                return reached == &mount;
-            reached = next;
-        }
-        return false;
-    }
+    /** Whether the mount's own path leads to it. */
+    bool isReached(size_t mount) const { return m_nodes[mount].isEntered && (mount == m_top || !coverOf(mount)); }
+    /** Whether the way leads through a remote mount. */
+    bool isBehindRemote(size_t mount) const { return m_nodes[mount].isBehindRemote; }
+    /** Whether the way leads through what may not answer. */
+    bool isBehindDoubt(size_t mount) const { return m_nodes[mount].isBehindDoubt; }
+    /** Whether this is the process's own root. */
+    bool isTop(size_t mount) const { return mount == m_top; }
 
 private:
-    using Mounts = std::unordered_map<std::string, const Mount *>; // by mount point
+    struct Node {
+        std::unordered_map<std::string_view, size_t> children; // by mount point; of several the last
+        bool isEntered = false;
+        bool isBehindRemote = false;
+        bool isBehindDoubt = false;
+    };
 
-    /** The mount that a walk along path meets first. */
-    static const Mount *firstOnPath(const Mounts &mounts, const std::string &path) {
-        for (size_t end = 1;; end = std::min(path.find('/', end + 1), path.size())) {
-            const auto met = mounts.find(path.substr(0, end));
-            if (met != mounts.end())
-                return met->second;
-            if (end == path.size())
-                return nullptr;
-        }
+    bool isRootOutOfSight() const { return m_top == m_mounts.size(); }
+    std::string_view pointOf(size_t node) const {
+        return node == m_mounts.size() ? std::string_view("/") : std::string_view(m_mounts[node].mountPoint);
     }
 
-    size_t m_maxSteps;
-    Mounts m_top;
-    std::unordered_map<uint64_t, Mounts> m_children;
+    /** Sorts the mounts by what they are mounted in, and finds the process's own root. */
+    void connect() {
+        std::unordered_map<uint64_t, size_t> indices;
+        for (size_t i = 0; i < m_mounts.size(); ++i)
+            indices.emplace(m_mounts[i].id, i);
+        const size_t outOfSight = m_mounts.size();
+        std::optional<size_t> root;
+        for (size_t i = 0; i < m_mounts.size(); ++i) {
+            const auto parent = indices.find(m_mounts[i].parentId);
+            const bool isOnRoot = m_mounts[i].mountPoint == "/";
+            if (parent != indices.end() && parent->second != i)
+                m_nodes[parent->second].children[m_mounts[i].mountPoint] = i;
+            else if (!isOnRoot && parent == indices.end())
+                m_nodes[outOfSight].children[m_mounts[i].mountPoint] = i;
+            else if (isOnRoot && !root)
+                root = i;
+        }
+        // Where the root is a folder within a mount, that mount is out of sight, and others are mounted in it.
+        m_top = root && m_nodes[outOfSight].children.empty() ? *root : outOfSight;
+        // Kernels before 3.2 list the root in memory that the system started with, under the one it runs on.
+        if (!isRootOutOfSight() && m_mounts[m_top].type == "rootfs")
+            m_top = coverOf(m_top).value_or(m_top);
+    }
+
+    /** What is mounted on the mount's own root. */
+    std::optional<size_t> coverOf(size_t node) const {
+        const auto cover = m_nodes[node].children.find(pointOf(node));
+        return cover == m_nodes[node].children.end() ? std::nullopt : std::optional<size_t>(cover->second);
+    }
+
+    /** The first mount inside a mount, below its root, that a walk along path meets; none on a path that leads past. */
+    std::optional<size_t> firstInside(size_t node, std::string_view path) const {
+        const auto &children = m_nodes[node].children;
+        const size_t above = pointOf(node) == "/" ? 0 : pointOf(node).size();
+        if (path.substr(0, above) != pointOf(node).substr(0, above) || path.substr(above, 1) != "/")
+            return std::nullopt;
+        for (size_t end = above; end < path.size();) {
+            end = std::min(path.find('/', end + 1), path.size());
+            const auto met = children.find(path.substr(0, end));
+            if (met != children.end())
+                return met->second;
+        }
+        return std::nullopt;
+    }
+
+    /** Walks from one mount into one that is mounted in it; whether that is possible. */
+    bool enter(size_t parent, size_t child, std::string_view point) {
+        const bool isCover = point == pointOf(parent);
+        if (isCover ? parent == m_top : (parent != m_top && coverOf(parent)) || firstInside(parent, point) != child)
+            return false;
+        Node &node = m_nodes[child];
+        node = Node{std::move(node.children), true, m_nodes[parent].isBehindRemote, m_nodes[parent].isBehindDoubt};
+        if (!isCover && parent != m_mounts.size()) {
+            const std::string &type = m_mounts[parent].type;
+            node.isBehindRemote |= parent != m_top && isRemote(type);
+            node.isBehindDoubt |= parent == m_top ? isRemote(type) : !isAmong(kPromptTypes, type);
+        }
+        return true;
+    }
+
+    const std::vector<Mount> &m_mounts;
+    std::vector<Node> m_nodes; // a mount each, and the one out of sight
+    size_t m_top = 0;
 };
 
 } // namespace
 
-std::optional<std::vector<Mount>> parseMountTable(std::string_view mountinfo) {
+std::vector<Mount> parseMountTable(std::string_view mountinfo) {
     std::vector<Mount> mounts;
-    while (const std::optional<std::string_view> line = takeLine(mountinfo)) {
-        std::optional<Mount> mount = parseMount(*line);
-        if (!mount)
-            return std::nullopt;
-        mounts.push_back(*std::move(mount));
-    }
-    if (!mountinfo.empty()) // cut short
-        return std::nullopt;
+    while (const std::optional<std::string_view> line = takeLine(mountinfo))
+        if (std::optional<Mount> mount = parseMount(*line))
+            mounts.push_back(*std::move(mount));
     return mounts;
 }
 
@@ -170,21 +227,54 @@ bool isLocal(const std::string &type, const std::string &mountPoint) {
     return !isRemote(type) && !isAmong(kUnstoredTypes, type);
 }
 
-std::vector<Mount> chooseLocalMounts(const std::vector<Mount> &mounts) {
-    const PathWalk walk(mounts);
-    std::unordered_map<std::string, const Mount *> chosen;
-    for (const bool ofWholeTree : {true, false})
-        for (const Mount &mount : mounts)
-            if ((mount.root == "/") == ofWholeTree && isLocal(mount.type, mount.mountPoint) &&
-                chosen.count(mount.device) == 0 && walk.isReachable(mount))
-                chosen.emplace(mount.device, &mount);
-    std::vector<Mount> inOrder;
-    for (const Mount &mount : mounts) {
-        const auto entry = chosen.find(mount.device);
-        if (entry != chosen.end() && entry->second == &mount)
-            inOrder.push_back(mount);
+bool isServedElsewhere(const std::string &type) {
+    return isRemote(type) || type.compare(0, 7, "fuseblk") == 0;
+}
+
+std::vector<std::vector<LocalMount>> findLocalMounts(const std::vector<Mount> &mounts) {
+    const MountTree tree(mounts);
+    std::unordered_map<std::string_view, size_t> places; // of each device's list
+    std::vector<std::vector<LocalMount>> lists;
+    enum class Shown { asRoot, whole, part };
+    for (const Shown shown : {Shown::asRoot, Shown::whole, Shown::part})
+        for (size_t i = 0; i < mounts.size(); ++i) {
+            const Mount &mount = mounts[i];
+            const Shown how = mount.mountPoint == "/" ? Shown::asRoot : mount.root == "/" ? Shown::whole : Shown::part;
+            if (how != shown || !isLocal(mount.type, mount.mountPoint) || !tree.isReached(i) || tree.isBehindRemote(i))
+                continue;
+            const size_t place = places.emplace(mount.device, lists.size()).first->second;
+            lists.resize(std::max(lists.size(), place + 1));
+            const bool isPrompt = tree.isTop(i) || isAmong(kPromptTypes, mount.type);
+            lists[place].push_back({&mount, !isPrompt || tree.isBehindDoubt(i)});
+        }
+    return lists;
+}
+
+std::vector<Volume> chooseVolumes(const std::vector<Mount> &mounts, const AskSpace &ask) {
+    const std::vector<std::vector<LocalMount>> lists = findLocalMounts(mounts);
+    const bool isContainer = std::any_of(lists.begin(), lists.end(), [](const std::vector<LocalMount> &list) {
+        return isAmong(kLayeredTypes, list.front().mount->type);
+    });
+    std::vector<Volume> volumes;
+    for (const std::vector<LocalMount> &list : lists) {
+        std::optional<Volume> file;
+        for (const LocalMount &candidate : list) {
+            const std::optional<VolumeSpace> space = ask(candidate);
+            if (space && space->isFolder) {
+                volumes.push_back({candidate.mount, *space});
+                file.reset();
+                break;
+            }
+            if (space && !file && !isContainer)
+                file = Volume{candidate.mount, *space};
+        }
+        if (file)
+            volumes.push_back(*file);
     }
-    return inOrder;
+    // The pointers lead into the table.
+    std::sort(volumes.begin(), volumes.end(),
+              [](const Volume &one, const Volume &other) { return one.mount < other.mount; });
+    return volumes;
 }
 
 } // namespace zor::host

@@ -72,7 +72,10 @@ TEST(Mutations, MountTable_BreaksNoRule) {
         "27 1 254:0 / / rw,relatime - ext4 /dev/vda rw,discard\n"
         "36 27 98:0 /mnt1 /mnt\\0402 rw,noatime master:1 - ext3 /dev/root rw\n"
         "40 27 8:1 / /data rw - ext4 /dev/sda1 rw\n"
-        "41 40 0:50 / /data rw - tmpfs tmpfs rw\n",
+        "41 40 0:50 / /data rw - tmpfs tmpfs rw\n"
+        "42 41 8:2 / /data/a rw - ext4 /dev/sda2 rw\n"
+        "43 27 0:60 / /net rw - nfs server rw\n"
+        "44 43 8:3 / /net/a rw - ext4 /dev/sda3 rw\n",
         {" ", "\n", "\\", "\\040", "\\000", "-", " - ", "/", "1", "27", ":", "0:21", "ext4", "nfs", "overlay"});
     for (int i = 0; i < kMutations; ++i) {
         const std::string text = mutator.next();
