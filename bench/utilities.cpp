@@ -1,6 +1,6 @@
 // The utilities beside what a program would call instead: iconv_open, iconv and iconv_close for each text (read as
 // pairs, Library over System, by text and direction); time, localtime_r, strftime and a string for a readable stamp of
-// now; std::filesystem for deleting trees and copying files.
+// now; timegm for the seconds of a UTC time; std::filesystem for deleting trees and copying files.
 
 #include "zorcomn/utilities.h"
 
@@ -137,6 +137,24 @@ void strftimeStamp(benchmark::State &state) {
     }
 }
 
+void secondsByLibrary(benchmark::State &state) {
+    for (auto _ : state) {
+        std::tm fields = {};
+        fields.tm_year = 108;
+        benchmark::DoNotOptimize(velmora_com::vta::zorcomn_timegm(&fields));
+    }
+}
+
+void secondsByTimegm(benchmark::State &state) {
+    for (auto _ : state) {
+        std::tm fields = {};
+        fields.tm_year = 108;
+        benchmark::DoNotOptimize(timegm(&fields));
+    }
+}
+
+BENCHMARK(secondsByTimegm);
+BENCHMARK(secondsByLibrary);
 BENCHMARK(strftimeStamp);
 BENCHMARK(readableStamp);
 

@@ -615,14 +615,14 @@ ZORCOMN_API qelGuid *qelCoCreateGuid(qelGuid *guid);
 ZORCOMN_API char *qelUuidToStringA(const qelGuid *guid, char *buffer);
 /** Tells the local time, not UTC, whatever the name says; from time() and localtime_r().
  * @param time  receives the time in whole seconds; all 0 if it cannot be broken down. Null does nothing.
- * Error cell: untouched.  Threads: safe; beside zorcomn_timegm it may yield UTC.  Owns: nothing.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
  */
 ZORCOMN_API void qelGetSystemTime(qelSystemTime *time);
 /** Counts milliseconds from a point in the past that the system sets, in steps of the system's clock tick; it advances
  * while the process sleeps. From times() and sysconf(_SC_CLK_TCK).
  * @return ticks x 1000 / ticks per second in unsigned 32-bit arithmetic, whose product wraps: with 100 ticks per second
- *         the count starts again at 0 after 42,949,672 ms (11.9 hours), so differences across that point mean nothing.
- * Error cell: untouched.  Threads: safe.  Owns: nothing.
+ *         the count starts again near 0 after 42,949,670 ms (11.9 hours), so differences across that point mean
+ * nothing. Error cell: untouched.  Threads: safe.  Owns: nothing.
  */
 ZORCOMN_API uint32_t qelGetTickCount(void);
 /** Tells the computer's name: the node name of uname(), whole, with its domain part where it has one.

@@ -285,10 +285,10 @@ public:
     /** Fills the record of logged-on users, time zone, language and time of the collection. Sources: the login records
      * (see CollectAllLoggedonUsers, whose diagnostics it writes to standard output), tzname[0], the environment
      * variable LANG, and the system's clock in local time. tzset is not called: until something in the process has
-     * called it, the zone is the C library's initial one.
+     * called it or has broken a local time down, TimeZone is the C library's initial name.
      * @param info  [in, out] UserName: the users, or "NA" (not "N/A") when nobody is logged on; untouched when memory
      *              runs out.
-     *              TimeZone: the name of the standard-time zone.
+     *              TimeZone: the name of the standard-time zone, empty when the C library has none.
      *              DefaultLangID: "0809" when LANG holds "en_UK", else "0411" when it holds "ja_JP", else "0409".
      *              LastUpdate: month/day/year hour:minute:second; untouched when the time cannot be told.
      * @return true.

@@ -195,7 +195,8 @@ ZORCOMN_API uint32_t qelcomn_MakeRecursiveDirectoryW(const wchar_t *path);
 ZORCOMN_API int32_t qelcomn_copy_file(const char *source, const char *destination, int32_t overwrite);
 
 /* Time stamps. A compact stamp is 14 digits, like "20090307080509": year, month, day, hour, minute, second. Local time
- * is that of localtime_r(); the compact makers take no lock, and one that runs beside zorcomn_timegm may yield UTC. */
+ * is that of localtime_r(): of the zone that the last tzset() put into force, or of TZ's if there was none. A time that
+ * the system cannot break down gives the empty text. The compact makers take no lock. */
 
 /** Writes a compact stamp of now in local time - local, unlike its wide twin, whatever the name says.
  * @param buffer  receives the stamp cut to size - 1 characters, and a terminator. Null does nothing.
@@ -404,29 +405,32 @@ ZORCOMN_API std::string qelcomn_strip_trailing_whitespace(const std::string text
  */
 ZORCOMN_API bool isBigEndian();
 
-/** Converts a broken-down UTC time to seconds since 1970-01-01 UTC, whatever the process's zone is. The conversion is
- * mktime's, with TZ set to the empty text for its duration and then put back - removed, if it was unset, empty or
- * longer than 1,024 characters. Meanwhile code outside the library that reads the zone or the environment is not
- * protected.
- * @param utc  read and normalised in place, weekday, day of year and daylight flag filled in; set tm_isdst to 0. Null
- * is refused.
- * @return the seconds; -1 when refused, when time_t cannot hold them (32 bits: beyond 2038-01-19) or when there is no
- *         memory - and for 1969-12-31 23:59:59.
- * Error cell: untouched; errno as mktime() left it.
- * Threads: safe among the library's functions, which share a mutex over the zone.  Owns: nothing.
+/** Converts a broken-down UTC time to seconds since 1970-01-01 UTC, whatever the process's zone is. The answer is that
+ * of mktime() in UTC, computed here: no thread and no child ever sees another zone in between. In the end tzset() is
+ * called, so that the zone named by TZ is in force; and TZ is removed if it is set but empty or longer than 1,024
+ * characters.
+ * @param utc  read and normalised in place, weekday, day of year, daylight flag (0) and, where it has them, offset (0)
+ *             and name ("UTC", the library's own text) of the zone filled in; untouched on failure. Set tm_isdst to 0
+ * or less: a positive one takes an hour off, or is refused, as the system's mktime() has it. Null is refused.
+ * @return the seconds; -1 when refused, or when time_t (32 bits: beyond 2038-01-19) or the year cannot hold them - and
+ *         for 1969-12-31 23:59:59.
+ * Error cell: untouched; errno EOVERFLOW on failure, but untouched for null.
+ * Threads: safe, while none changes the environment.  Owns: nothing.
  */
 ZORCOMN_API std::time_t zorcomn_timegm(std::tm *utc);
-/** Tells the name of the zone's standard time, such as "CET": the C library's tzname[0], as the last tzset() left it; a
- * changed TZ shows only after that.
+/** Tells the name of the zone's standard time, such as "CET": the C library's tzname[0] as it is. tzset() is not
+ * called: a changed TZ shows only after somebody has called it, or zorcomn_timegm. localtime_r() may leave the name of
+ * a former standard time there when it breaks down a time of old.
  * @param name  receives the name, at most its first 63 bytes; untouched on failure.
  * @return true; false when the system has no name or there is no memory.
- * Error cell: untouched.  Threads: safe among the library's functions.  Owns: nothing.
+ * Error cell: untouched.  Threads: safe, whatever other threads do with the zone: where localtime_r() takes the name
+ * away for a moment, the call waits for it, a tenth of a second and then some at most.  Owns: nothing.
  */
 ZORCOMN_API bool zorcomn_gettimezone(std::wstring &name);
 /** Tells the local time in a form to read, 19 characters like "2009-03-07 08:05:09"; a year below 1000 is filled up
  * with blanks.
  * @return the stamp of now; empty when the time cannot be broken down or there is no memory.
- * Error cell: untouched.  Threads: safe, beside zorcomn_timegm too.  Owns: nothing.
+ * Error cell: untouched.  Threads: safe.  Owns: nothing.
  */
 ZORCOMN_API std::string qelcomn_get_time_stamp_ansi();
 /** qelcomn_get_time_stamp_ansi as wide text; all that is said there holds. */

@@ -95,6 +95,10 @@ size_t socketAddressLength(const sockaddr &address);
 /** The calling process's identifier, also in a forked child; cheap enough for every hold of a lock. */
 pid_t processId();
 
+/** What mktime takes off a time that is marked as daylight-saving time in a zone that never had any, in seconds;
+ * nothing where it refuses such a time. */
+std::optional<int32_t> daylightShiftWithoutRules();
+
 /** iconv's name for UTF-32 in the machine's byte order. */
 const char *wideEncodingName();
 

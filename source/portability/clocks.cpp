@@ -2,6 +2,7 @@
 
 #include "zorcomn/portability.h"
 
+#include "source/platform/posix.h"
 #include "source/portability/clocks.h"
 
 #include <cstring>
@@ -46,6 +47,7 @@ bool copyComputerName(const char *name, char *buffer, uint32_t &size) {
 void qelGetSystemTime(qelSystemTime *time) {
     if (!time)
         return;
+    const zor::UncancellableScope uncancellable;
     const std::time_t now = std::time(nullptr);
     std::tm local{};
     *time = localtime_r(&now, &local) ? zor::systemTimeOf(local) : qelSystemTime{};

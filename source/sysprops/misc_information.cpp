@@ -1,5 +1,5 @@
 // The miscellaneous record: logged-on users, time zone, language and the time of the collection. One mutex of its own
-// guards the read of the zone's name, which the C library may change under another thread.
+// guards the read of the zone's name.
 
 #include "source/sysprops/misc_information.h"
 
@@ -7,6 +7,7 @@
 #include "zorcomn/sysprops.h"
 
 #include "source/platform/posix.h"
+#include "source/utilities/time_zone.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -35,7 +36,7 @@ std::optional<std::wstring> loggedOnUsers() {
 // Kept: the zone is not asked for anew (tzset); who wants it right from the first call on calls tzset at the start.
 std::wstring zoneName() {
     const zor::MutexLock lock(zoneNameMutex);
-    return velmora_com::vta::sysprops::sysprops_ansi_to_wide(tzname[0] ? tzname[0] : "");
+    return velmora_com::vta::sysprops::sysprops_ansi_to_wide(zor::standardZoneName().value_or(""));
 }
 
 } // namespace

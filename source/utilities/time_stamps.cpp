@@ -1,5 +1,6 @@
 // Time stamps in the agent's two shapes. The compact makers use reentrant calls alone and take no lock; the readable
-// ones hold the zone's mutex, so that they never see the UTC that zorcomn_timegm sets for a moment.
+// ones hold the zone's mutex. The first of a process, and one after a change of TZ, may read a zone file: no maker lets
+// a cancelled thread leave its descriptor behind.
 
 #include "zorcomn/utilities.h"
 
@@ -51,6 +52,7 @@ using BreakDown = std::tm *(*)(const std::time_t *, std::tm *);
 template <class Character> void writeStampOfNow(BreakDown breakDown, Character *buffer, uint16_t size) {
     if (!buffer || size == 0)
         return;
+    const UncancellableScope uncancellable;
     const std::time_t now = std::time(nullptr);
     std::tm fields;
     writeCompactStamp(breakDown(&now, &fields), buffer, size);
@@ -110,6 +112,7 @@ namespace velmora_com {
 namespace vta {
 
 std::string qelcomn_get_time_stamp_ansi() {
+    const zor::UncancellableScope uncancellable;
     std::array<char, 32> text{};
     {
         const zor::MutexLock lock(mutex);

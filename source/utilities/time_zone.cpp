@@ -1,69 +1,65 @@
-// What touches the process's time zone: UTC broken down to calendar seconds, by way of mktime in UTC, and the zone's
-// name. velmora_com::vta::mutex guards TZ, tzset and tzname within the library.
+// What touches the process's time zone: its name, and what a conversion of UTC leaves of TZ. velmora_com::vta::mutex
+// guards TZ, tzset and tzname within the library; code outside does not know it, and the code here holds its own
+// beside that.
 
 #include "zorcomn/utilities.h"
 
 #include "source/platform/posix.h"
+#include "source/portability/transcoding.h"
+#include "source/utilities/calendar.h"
 #include "source/utilities/time_zone.h"
 
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+
+#include <sched.h>
 
 namespace zor {
 
 namespace {
 
-/** Makes UTC the process's zone while it lives, then puts TZ back, also when a cancelled thread unwinds through. For
- * who holds the zone's mutex. */
-class UtcZone {
-public:
-    UtcZone() : m_isSet(setUtc()) {}
-    ~UtcZone() {
-        CleanUpScope quiet;
-        if (m_before[0] != '\0')
-            setenv("TZ", m_before, 1);
+/** The C library's own text, which it never releases; null when there is none. For who holds the mutex.
+ *
+ * localtime_r has no name there for a moment while it works in a zone read from a file, so who finds none looks again.
+ * Not by waiting for the C library's own lock: a child forked in that moment would wait for ever. */
+const char *nameInForce() {
+    constexpr int kLooks = 1100, kYielding = 1000;
+    constexpr timespec kPause = {0, 1000000};
+    for (int look = 0; look < kLooks; ++look) {
+        if (const char *name = __atomic_load_n(&tzname[0], __ATOMIC_ACQUIRE)) // once: it may be gone the next moment
+            return name;
+        if (look < kYielding)
+            sched_yield();
         else
-            unsetenv("TZ");
-        tzset();
+            nanosleep(&kPause, nullptr);
     }
-    UtcZone(const UtcZone &) = delete;
-    UtcZone &operator=(const UtcZone &) = delete;
+    return nullptr;
+}
 
-    explicit operator bool() const { return m_isSet; }
-
-private:
-    /** False, and errno says why, when the environment cannot take it. */
-    bool setUtc() {
-        int error = 0;
-        {
-            CleanUpScope quiet; // unwinding from in here would leave TZ as it is
-            // Kept: a value beyond 1,024 characters is not remembered, and is removed in the end like an empty one.
-            const char *before = std::getenv("TZ");
-            if (before && std::strlen(before) < sizeof m_before)
-                copyText(m_before, sizeof m_before, before);
-            if (setenv("TZ", "", 1) != 0)
-                error = errno;
-            tzset();
-        }
-        if (error != 0)
-            errno = error;
-        return error == 0;
-    }
-
-    char m_before[1025] = "";
-    bool m_isSet;
-};
-
-/** The first 63 bytes of the standard-time zone's name; false when the system has none. */
-bool readZoneName(char (&name)[64]) {
+/** Puts into force what TZ says, as a conversion always did in the end; TZ itself stays, but for what could not be put
+ * back. */
+void settleZone() {
+    constexpr size_t kLongestSetting = 1024;
+    const CleanUpScope quiet;
     const MutexLock lock(velmora_com::vta::mutex);
-    if (!tzname[0])
-        return false;
-    copyText(name, sizeof name, tzname[0]);
-    return true;
+    // Kept: an empty TZ, and one beyond 1,024 characters, is removed.
+    if (const char *setting = std::getenv("TZ")) {
+        const size_t length = strnlen(setting, kLongestSetting + 1);
+        if (length == 0 || length > kLongestSetting)
+            unsetenv("TZ");
+    }
+    tzset();
 }
 
 } // namespace
+
+std::optional<std::string> standardZoneName() {
+    const CleanUpScope quiet;
+    const MutexLock lock(velmora_com::vta::mutex);
+    const char *name = nameInForce();
+    return name ? std::optional<std::string>(name) : std::nullopt;
+}
 
 } // namespace zor
 
@@ -75,17 +71,22 @@ pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
 std::time_t zorcomn_timegm(std::tm *utc) {
     if (!utc)
         return -1;
-    const zor::MutexLock lock(mutex);
-    const zor::UtcZone zone;
-    return zone ? std::mktime(utc) : -1;
+    const zor::UncancellableScope uncancellable;
+    const std::optional<std::time_t> seconds = zor::normaliseUtc(*utc);
+    zor::settleZone();
+    return seconds.value_or(-1);
 }
 
 bool zorcomn_gettimezone(std::wstring &name) {
-    char narrow[64] = {};
-    if (!zor::readZoneName(narrow))
-        return false;
+    constexpr size_t kLongestName = 63;
+    const zor::UncancellableScope uncancellable;
     return zor::guarded(false, [&] {
-        name = qelcomn_ansi_to_wide(narrow);
+        std::optional<std::string> narrow = zor::standardZoneName();
+        if (!narrow)
+            return false;
+        if (narrow->size() > kLongestName)
+            narrow->resize(kLongestName);
+        name = zor::wideOf(*narrow); // which says when there is no memory
         return true;
     });
 }

@@ -1,7 +1,10 @@
 #pragma once
 
-// The lock around the process's time zone: whoever reads or changes TZ, calls tzset or reads tzname holds it. A leaf:
-// nothing else is locked while it is held. Not exported.
+// The lock around the process's time zone, and the zone's name. Whoever in the library reads or changes TZ, calls tzset
+// or reads tzname holds the lock. A leaf: nothing else of the library is locked while it is held. Not exported.
+
+#include <optional>
+#include <string>
 
 #include <pthread.h>
 
@@ -12,3 +15,11 @@ extern pthread_mutex_t mutex;
 
 } // namespace vta
 } // namespace velmora_com
+
+namespace zor {
+
+/** The standard-time zone's name, tzname[0], whatever other threads, the program's own included, do with the C
+ * library's time functions meanwhile; tzset is not called. Nothing when the C library has no name. Takes the lock. */
+std::optional<std::string> standardZoneName();
+
+} // namespace zor

@@ -3,6 +3,7 @@
 #include "zorcomn/utilities.h"
 
 #include "source/platform/host.h"
+#include "source/platform/posix.h"
 
 #include <ctime>
 
@@ -10,6 +11,7 @@ namespace velmora_com {
 namespace vta {
 
 int32_t get_system_uptime_osx() {
+    const zor::UncancellableScope uncancellable;
     const std::optional<int64_t> boot = zor::host::bootTimeSeconds();
     if (!boot)
         return INT32_MAX; // callers take it for 'not known'

@@ -1,6 +1,7 @@
 #include "zorcomn/portability.h"
 
 #include "source/portability/clocks.h"
+#include "tests/support/cancelled_call.h"
 #include "tests/support/child.h"
 #include "tests/support/environment_guard.h"
 #include "tests/support/failing_calls.h"
@@ -75,6 +76,15 @@ TEST(SystemTime, TimeThatCannotBeBrokenDown_IsAllZero) {
     EXPECT_TRUE(failing.wasReached());
     const qelSystemTime zero{};
     EXPECT_EQ(std::memcmp(&record, &zero, sizeof record), 0);
+}
+
+TEST(SystemTime, CancellationIsPutOff) {
+    EXPECT_TRUE(childPasses([] {
+        zor::test::expectCancellationPutOff("localtime_r", [] {
+            qelSystemTime record;
+            qelGetSystemTime(&record);
+        });
+    }));
 }
 
 TEST(SystemTime, Null_IsIgnored) {

@@ -19,6 +19,7 @@
 #include <netdb.h>
 #include <poll.h>
 #include <pthread.h>
+#include <sched.h>
 #include <sys/socket.h>
 #include <sys/utsname.h>
 #include <unistd.h>
@@ -308,6 +309,7 @@ ZORCOMN_FAILS_BY_ERRNO(-1, uname, int, (utsname * names), (names))
 ZORCOMN_FAILS_BY_ERRNO(nullptr, gmtime_r, std::tm *, (const std::time_t *time, std::tm *fields), (time, fields))
 ZORCOMN_FAILS_BY_ERRNO(nullptr, localtime_r, std::tm *, (const std::time_t *time, std::tm *fields), (time, fields))
 ZORCOMN_FAILS_BY_ERRNO(-1, mktime, std::time_t, (std::tm * fields), (fields))
+ZORCOMN_FAILS_BY_ERRNO(-1, sched_yield, int, (), ())
 ZORCOMN_FAILS_BY_ERRNO(-1, setenv, int, (const char *name, const char *value, int overwrite), (name, value, overwrite))
 ZORCOMN_FAILS_BY_RESULT(getnameinfo,
                         (const sockaddr *address, socklen_t length, char *host, socklen_t hostSize, char *service,

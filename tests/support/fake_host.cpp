@@ -82,6 +82,10 @@ pid_t processId() {
     return getpid();
 }
 
+std::optional<int32_t> daylightShiftWithoutRules() {
+    return fakeHost.daylightShiftWithoutRules;
+}
+
 const char *wideEncodingName() {
     return "WCHAR_T";
 }

@@ -21,6 +21,7 @@ struct FakeHost {
     std::optional<int32_t> processorCode;
     std::optional<std::string> hardwareModel;
     std::optional<int64_t> bootTimeSeconds;
+    std::optional<int32_t> daylightShiftWithoutRules;
     std::optional<std::string> nisDomainName;
     std::function<std::optional<std::string>(const std::string &name)> officialHostName; // unset: knows no host
     std::function<bool(const char *link, const char *address)> isSameInterface;          // unset: the same name

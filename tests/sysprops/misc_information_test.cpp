@@ -1,14 +1,18 @@
 #include "source/sysprops/misc_information.h"
 
 #include "zorcomn/sysprops.h"
+#include "zorcomn/utilities.h"
 
+#include "tests/support/cancelled_call.h"
 #include "tests/support/child.h"
 #include "tests/support/environment_guard.h"
 #include "tests/support/failing_calls.h"
 #include "tests/support/private_machine.h"
 #include "tests/support/temporary_folder.h"
+#include "tests/support/zone_use.h"
 
 #include <limits>
+#include <thread>
 
 #include <gtest/gtest.h>
 #include <time.h>
@@ -120,6 +124,69 @@ TEST(GetMiscInformation, TimeZone_IsNotAskedForAnew_Kept) {
         const ZoneGuard zone("WST3");
         const zor::test::EnvironmentGuard changed("TZ", "EST5");
         EXPECT_EQ(collectWith({}).TimeZone, L"WST");
+    }));
+}
+
+// What localtime_r does in another thread, at the worst moment.
+TEST(GetMiscInformation, TimeZoneThatIsGoneForAMoment_IsWaitedFor) {
+    EXPECT_TRUE(zor::test::childPasses([] {
+        const ZoneGuard zone("WST3");
+        char back[] = "back";
+        tzname[0] = nullptr;
+        const zor::test::AfterCall meanwhile("sched_yield", 3, [&] { tzname[0] = back; });
+        EXPECT_EQ(collectWith({}).TimeZone, L"back");
+        EXPECT_TRUE(meanwhile.wasReached());
+    }));
+}
+
+TEST(GetMiscInformation, TimeZoneOfAnyLength_IsWhole) {
+    EXPECT_TRUE(zor::test::childPasses([] {
+        std::string longName(200, 'x');
+        tzname[0] = longName.data();
+        EXPECT_EQ(collectWith({}).TimeZone, std::wstring(200, L'x'));
+    }));
+}
+
+TEST(GetMiscInformation, NoTimeZone_IsEmpty) {
+    EXPECT_TRUE(zor::test::childPasses([] {
+        tzname[0] = nullptr;
+        EXPECT_EQ(collectWith({}).TimeZone, L"");
+    }));
+}
+
+TEST(GetMiscInformation, TimeZone_IsThereBesideWhateverElseUsesTheZone) {
+    const zor::test::TemporaryFolder folder;
+    const std::string setting = ":" + zor::test::writeZoneFile(folder / "zone");
+    EXPECT_TRUE(zor::test::childPasses([&] {
+        const ZoneGuard zone(setting.c_str());
+        const zor::test::UsingTheZone others({[] { tzset(); }, [] { zor::test::breakDownNow(); },
+                                              [] {
+                                                  tm epoch{};
+                                                  epoch.tm_mday = 1;
+                                                  epoch.tm_year = 70;
+                                                  EXPECT_EQ(velmora_com::vta::zorcomn_timegm(&epoch), 0);
+                                              }});
+        zor::test::writeLoginRecords(folder / "utmp", {});
+        velmora_com::vta::sysprops::ISysProps properties;
+        int wrong = 0;
+        for (int i = 0; i < 200; ++i) {
+            std::this_thread::yield(); // the moments are spread over what the others do
+            velmora_com::vta::sysprops::MiscInformation info;
+            properties.GetMiscInformation(info);
+            wrong += info.TimeZone != L"WST" ? 1 : 0;
+        }
+        EXPECT_EQ(wrong, 0);
+    }));
+}
+
+TEST(GetMiscInformation, CancellationIsPutOff) {
+    EXPECT_TRUE(zor::test::childPasses([] {
+        const zor::test::TemporaryFolder folder;
+        zor::test::writeLoginRecords(folder / "utmp", {});
+        zor::test::expectCancellationPutOff("localtime_r", [] {
+            velmora_com::vta::sysprops::MiscInformation info;
+            velmora_com::vta::sysprops::ISysProps().GetMiscInformation(info);
+        });
     }));
 }
 

@@ -1,11 +1,13 @@
 #include "zorcomn/utilities.h"
 
 #include "source/utilities/time_stamps.h"
+#include "tests/support/cancelled_call.h"
 #include "tests/support/child.h"
 #include "tests/support/environment_guard.h"
 #include "tests/support/failing_calls.h"
 
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <cstdio>
 #include <cstring>
@@ -243,6 +245,19 @@ TEST(StampOfNow, NoMemory_GivesAnEmptyText) {
         }
         EXPECT_EQ(wide, L"") << nth;
     }
+}
+
+// No maker is a cancellation point, though the C library may be one where it reads a zone file.
+TEST(StampOfNow, CancellationIsPutOff) {
+    EXPECT_TRUE(childPasses([] {
+        for (const auto make : {+[] { qelcomn_CreateGmtTimeStampA(std::array<char, 15>().data(), 15); },
+                                +[] { qelcomn_CreateLocalTimeStampA(std::array<char, 15>().data(), 15); },
+                                +[] { qelcomn_CreateLocalTimeStampW(std::array<wchar_t, 15>().data(), 15); },
+                                +[] { qelcomn_get_time_stamp_ansi(); }, +[] { qelcomn_get_time_stamp_wide(); }})
+            zor::test::expectCancellationPutOff("localtime_r", make);
+        zor::test::expectCancellationPutOff("gmtime_r",
+                                            [] { qelcomn_CreateGmtTimeStampW(std::array<wchar_t, 15>().data(), 15); });
+    }));
 }
 
 // A delay of half a millisecond each would run into the test's time limit.

@@ -4,6 +4,8 @@
 #include "tests/support/child.h"
 #include "tests/support/environment_guard.h"
 #include "tests/support/failing_calls.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/zone_use.h"
 
 #include <algorithm>
 #include <atomic>
@@ -11,6 +13,7 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <optional>
 #include <string>
@@ -18,8 +21,11 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace velmora_com::vta;
+using zor::test::AfterCall;
 using zor::test::childPasses;
 using zor::test::EnvironmentGuard;
 using zor::test::FailingCall;
@@ -173,28 +179,93 @@ TEST(Timegm, TimeOutOfRange_GivesMinus1AndPutsTheZoneBack) {
     }));
 }
 
-TEST(Timegm, FailedConversion_LeavesItsErrno) {
+TEST(Timegm, TimeOutOfRange_SetsErrnoAndLeavesTheRecord) {
     EXPECT_TRUE(childPasses([] {
-        const EnvironmentGuard zone("TZ", "EST-11");
-        std::tm time = timeOf(2000, 1, 1, 0, 0, 0);
-        const FailingCall failing("mktime", 1, EDOM);
+        std::tm time = timeOf(2000, 14, 1, 0, 0, 0);
+        time.tm_year = INT_MAX;
         errno = 0;
         EXPECT_EQ(zorcomn_timegm(&time), -1);
-        EXPECT_EQ(errno, EDOM);
-        EXPECT_TRUE(failing.wasReached());
+        EXPECT_EQ(errno, EOVERFLOW);
+        EXPECT_EQ(time.tm_mon, 13);
+        EXPECT_EQ(time.tm_year, INT_MAX);
     }));
 }
 
-TEST(Timegm, ZoneThatCannotBeSet_GivesMinus1AndLeavesTheRecord) {
+TEST(Timegm, Success_LeavesErrno) {
+    EXPECT_TRUE(childPasses([] {
+        const EnvironmentGuard zone("TZ", "/no/such/zone");
+        errno = EDOM;
+        EXPECT_EQ(secondsOf(1970, 1, 2), 86400);
+        EXPECT_EQ(errno, EDOM);
+    }));
+}
+
+TEST(Timegm, ComputesWithoutTheEnvironment) {
     EXPECT_TRUE(childPasses([] {
         const EnvironmentGuard zone("TZ", "EST-11");
-        std::tm time = timeOf(2000, 14, 1, 0, 0, 0);
-        const FailingCall failing("setenv", 1, ENOMEM);
-        EXPECT_EQ(zorcomn_timegm(&time), -1);
-        EXPECT_EQ(errno, ENOMEM);
-        EXPECT_TRUE(failing.wasReached());
-        EXPECT_EQ(time.tm_mon, 13);
-        EXPECT_EQ(currentSetting(), "EST-11");
+        const FailingCall changing("setenv", 1, ENOMEM);
+        const FailingCall converting("mktime", 1, EDOM);
+        EXPECT_EQ(secondsOf(2000, 1, 1), 946684800);
+        EXPECT_FALSE(changing.wasReached());
+        EXPECT_FALSE(converting.wasReached());
+    }));
+}
+
+/** Converts over and over in a thread of its own. */
+class Converting {
+public:
+    Converting()
+        : m_thread([this] {
+              do {
+                  EXPECT_EQ(secondsOf(1970, 1, 1), 0);
+                  m_hasBegun = true;
+              } while (!m_done);
+          }) {
+        while (!m_hasBegun)
+            std::this_thread::yield();
+    }
+    ~Converting() {
+        m_done = true;
+        m_thread.join();
+    }
+
+private:
+    std::atomic<bool> m_hasBegun{false};
+    std::atomic<bool> m_done{false};
+    std::thread m_thread;
+};
+
+TEST(Timegm, OtherThreads_NeverSeeAnotherZone) {
+    EXPECT_TRUE(childPasses([] {
+        const EnvironmentGuard zone("TZ", "EST-11");
+        tzset();
+        const Converting beside;
+        int changed = 0;
+        for (int i = 0; i < 20000; ++i) {
+            const std::time_t epoch = 0;
+            std::tm local{};
+            changed += currentSetting() != "EST-11" || !localtime_r(&epoch, &local) || local.tm_hour != 11 ? 1 : 0;
+        }
+        EXPECT_EQ(changed, 0);
+    }));
+}
+
+TEST(Timegm, ForkedChildren_HaveTheSetting) {
+    EXPECT_TRUE(childPasses([] {
+        const EnvironmentGuard zone("TZ", "EST-11");
+        const Converting beside;
+        int changed = 0;
+        for (int i = 0; i < 100; ++i) {
+            const pid_t child = fork();
+            if (child == 0) {
+                const char *setting = std::getenv("TZ");
+                _exit(setting && std::strcmp(setting, "EST-11") == 0 ? 0 : 1);
+            }
+            int status = -1;
+            waitpid(child, &status, 0);
+            changed += status != 0 ? 1 : 0;
+        }
+        EXPECT_EQ(changed, 0);
     }));
 }
 
@@ -291,12 +362,58 @@ TEST(ZoneName, NoMemory_IsFalseAndLeavesTheTextAlone) {
     EXPECT_TRUE(childPasses([] {
         std::string longName(60, 'x');
         tzname[0] = longName.data();
-        std::wstring name = L"before";
-        const FailingCall failing("operator new");
-        EXPECT_FALSE(zorcomn_gettimezone(name));
-        EXPECT_TRUE(failing.wasReached());
-        EXPECT_EQ(name, L"before");
+        int failures = 0;
+        for (bool wasReached = true; wasReached; ++failures) {
+            std::wstring name = L"before";
+            bool isKnown;
+            {
+                const FailingCall failing("operator new", failures + 1);
+                isKnown = zorcomn_gettimezone(name);
+                wasReached = failing.wasReached();
+            }
+            EXPECT_EQ(isKnown, !wasReached) << failures;
+            EXPECT_EQ(name, wasReached ? L"before" : std::wstring(60, L'x')) << failures;
+        }
+        EXPECT_GE(failures, 3);
     }));
+}
+
+// What localtime_r does in another thread, at the worst moment.
+TEST(ZoneName, NameThatIsGoneForAMoment_IsWaitedFor) {
+    EXPECT_TRUE(childPasses([] {
+        char back[] = "back";
+        tzname[0] = nullptr;
+        const AfterCall meanwhile("sched_yield", 3, [&] { tzname[0] = back; });
+        std::wstring name;
+        EXPECT_TRUE(zorcomn_gettimezone(name));
+        EXPECT_EQ(name, L"back");
+        EXPECT_TRUE(meanwhile.wasReached());
+    }));
+}
+
+TEST(ZoneName, IsThereBesideWhateverElseUsesTheZone) {
+    const zor::test::TemporaryFolder folder;
+    for (const std::string &setting :
+         {":" + zor::test::writeZoneFile(folder / "zone"), std::string("WST3WDT,M3.2.0,M11.1.0")})
+        EXPECT_TRUE(childPasses([&] {
+            const EnvironmentGuard zone("TZ", setting);
+            tzset();
+            const Converting beside;
+            const zor::test::UsingTheZone others({[] { tzset(); }, [] { zor::test::breakDownNow(); },
+                                                  [] {
+                                                      char stamp[15];
+                                                      qelcomn_CreateLocalTimeStampA(stamp, sizeof stamp);
+                                                      EXPECT_FALSE(qelcomn_get_time_stamp_ansi().empty());
+                                                  }});
+            int wrong = 0;
+            for (int i = 0; i < 5000; ++i) {
+                if (i % 50 == 0)
+                    std::this_thread::yield(); // the moments are spread over what the others do
+                std::wstring name;
+                wrong += !zorcomn_gettimezone(name) || name != L"WST" ? 1 : 0;
+            }
+            EXPECT_EQ(wrong, 0) << setting;
+        }));
 }
 
 TEST(ZoneName, NoName_IsFalseAndLeavesTheTextAlone) {

@@ -1,5 +1,5 @@
-// What the C library does differently here: the process's identifier, the wide encoding's name for iconv and the report
-// of an assertion.
+// What the C library does differently here: the process's identifier, daylight-saving time in a zone without any, the
+// wide encoding's name for iconv and the report of an assertion.
 
 #include "source/platform/host.h"
 
@@ -12,6 +12,10 @@ namespace zor::host {
 
 pid_t processId() {
     return getpid(); // which the C library remembers
+}
+
+std::optional<int32_t> daylightShiftWithoutRules() {
+    return std::nullopt; // it looks for a daylight-saving type of the zone's own
 }
 
 const char *wideEncodingName() {

@@ -1,5 +1,5 @@
-// What the C library does differently here: the process's identifier, the wide encoding's name for iconv and the report
-// of an assertion.
+// What the C library does differently here: the process's identifier, daylight-saving time in a zone without any, the
+// wide encoding's name for iconv and the report of an assertion.
 
 #include "source/platform/host.h"
 
@@ -38,6 +38,10 @@ pid_t rememberProcessId() {
 pid_t processId() {
     const pid_t known = knownProcessId.load(std::memory_order_relaxed);
     return known != 0 ? known : rememberProcessId();
+}
+
+std::optional<int32_t> daylightShiftWithoutRules() {
+    return 3600;
 }
 
 const char *wideEncodingName() {

@@ -66,6 +66,10 @@ constexpr Bytes kAddressBytes = {0x00, 0x1a, 0x2b, 0x3c, 0x4d, 0x5e};
 
 } // namespace
 
+TEST_F(DarwinSeam, TimeMarkedAsDaylightSaving_IsRefusedInAZoneWithoutIt) {
+    EXPECT_EQ(host::daylightShiftWithoutRules(), std::nullopt);
+}
+
 TEST_F(DarwinSeam, FailingCalls_KnowNothing) {
     EXPECT_FALSE(host::processorCount());
     EXPECT_FALSE(host::physicalMemoryBytes());
