@@ -7,6 +7,19 @@
 #include <sys/types.h>
 #include <wchar.h>
 struct dirent;
+
+/* A directory entry's layout follows the caller's size of a file offset, and the library's has 64 bits. */
+#if defined(__cplusplus) || (defined(__STDC_VERSION__) && __STDC_VERSION__ >= 201112L)
+#ifndef __cplusplus
+_Static_assert(
+#else
+static_assert(
+#endif
+    sizeof(off_t) == 8, "zorcomn: on 32 bits define _FILE_OFFSET_BITS=64 before every include");
+#else
+typedef char zorcomn_on_32_bits_define__FILE_OFFSET_BITS_as_64_before_every_include[sizeof(off_t) == 8 ? 1 : -1];
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -95,13 +108,13 @@ ZORCOMN_API uint32_t qelWaitForSingleObject(HANDLE handle, uint32_t milliseconds
 ZORCOMN_API uint32_t qelWaitForMultipleObjects(uint32_t count, const HANDLE *handles, int32_t waitAll,
                                                uint32_t milliseconds);
 /** Closes a handle of any kind and frees what belongs to it. A thread goes on running; a file that was opened to be
- * deleted is removed by the path it was opened with.
+ * deleted is removed by the path it was opened with, whatever file or link bears it now, but never a folder.
  * @param handle  0 and all-ones: closing nothing succeeds.
  * @return 1; 0 when a pthread call failed, or, for a file, when closing or removing it failed. The file's record is
  *         kept then, but nothing can be done with it any more: a second call returns 1 and does nothing. A path of 260
  *         bytes or more is removed only if its first 260 name the file itself.
- * Error cell: untouched; errno as the failing close() or remove() left it, ENAMETOOLONG for a path too long to be
- * removed.
+ * Error cell: untouched; errno as the failing close() or unlink() left it, ENAMETOOLONG for a path too long to be
+ * removed, EISDIR for a folder in the file's place.
  * Threads: nobody may use the handle any more. Closing a thread's handle while that thread ends is safe.
  * Owns: nothing.
  */
@@ -229,10 +242,14 @@ ZORCOMN_API extern pthread_key_t *pTlsKeyTable[512];
 
 /* Files: handles over POSIX descriptors, closed with qelCloseHandle. They cannot be waited on. What an operation does
  * to a handle that is 0, all-ones or of another kind is refuse it: nErrno = 22, result 0 (all-ones where the result is
- * a size or a position). One file serves one thread at a time; different files are independent. */
+ * a size or a position). One file serves one thread at a time; different files are independent. Of the functions on
+ * files and searches those that read, write or copy are cancellation points; the others hold cancellation off and run
+ * to their end, also when they have to wait. What a signal interrupts goes on. On 32 bits a file of any date is a file.
+ */
 
-/** Opens or creates a file. New files get the permission bits 0660 within the process's mask; the descriptor is closed
- * in programs that the process starts.
+/** Opens or creates a file. New files get the permission bits 0660 within the process's mask. The descriptor is closed
+ * in programs that the process starts; on a system that cannot open a file so in one call, a program that other code of
+ * the process starts at that moment may get it. Opening a pipe waits for its other end.
  * @param path                 narrow text; null is refused. The handle keeps its first 260 bytes. A file to be deleted
  *                             on closing wants a path of no more: closing removes nothing and fails when those 260
  *                             name something else.
@@ -241,7 +258,8 @@ ZORCOMN_API extern pthread_key_t *pTlsKeyTable[512];
  * @param creationDisposition  1 create, fail if it exists; 2 create or empty; 3 open, fail if it does not exist; 4 open
  *                             or create. Nothing else: 5 (empty an existing file) is refused.
  * @param flagsAndAttributes   0, 128 (normal) or 0x04000000 (delete the file when the handle is closed); nothing else.
- * @return a file handle; 0 on failure - not the all-ones handle.
+ * @return a file handle; 0 on failure - not the all-ones handle. A file that was created or emptied before memory ran
+ *         short stays so.
  * Error cell: nErrno = 22 when refused, 12 when memory is short, else untouched; errno as open() left it.
  * Threads: safe.  Owns: release the handle with qelCloseHandle.
  */
@@ -314,10 +332,12 @@ ZORCOMN_API uint32_t qelGetTempFileName(const char *directory, const char *prefi
 /** Copies a file: qelcomn_copy_file (utilities.h) with its overwrite flag turned round.
  * @param failIfExists  0 replaces an existing destination, any other number does not.
  * @return 1; 0 on failure.
- * Error cell: untouched; errno as there.  Threads: safe on different destinations.  Owns: nothing.
+ * Error cell: untouched; errno as there.  Threads: safe on different destinations. May block; a cancellation point as
+ * there.  Owns: nothing.
  */
 ZORCOMN_API int32_t qelCopyFile(const char *source, const char *destination, int32_t failIfExists);
-/** Renames a file or folder within its file system; an existing file of the new name is replaced.
+/** Renames a file or folder within its file system; an existing file of the new name is replaced by a file, an empty
+ * folder by a folder.
  * @return 1; 0 when rename() fails or a path is null.
  * Error cell: nErrno = 22 for a null path, else untouched; errno as rename() left it.  Threads: safe.  Owns: nothing.
  */

@@ -148,8 +148,10 @@ ZORCOMN_API uint32_t qelcomn_get_file_sizeA(const char *path, uint32_t *size);
 ZORCOMN_API uint32_t qelcomn_get_disk_free_spaceA(const char *path, int64_t *bytes);
 /** Removes a folder and all it holds. Never leaves the tree: a symbolic link, whatever it points to, is removed as a
  * link, the given path itself included (then 0); links on the way to it are followed. What cannot be removed stays and
- * does not stop the walk. Each level takes one of the process's 50 searches: folders nested deeper than the free ones
- * are refused, and so are entries whose path is longer than 259 bytes; both stay.
+ * does not stop the walk. The names in a folder are read once and then removed, so that the walk ends whatever others
+ * do: what they add meanwhile may stay, and its folder with it. Each level takes one of the process's 50 searches:
+ * folders nested deeper than the free ones are refused, and so are entries whose path is longer than 259 bytes; both
+ * stay, as does what a folder holds for whose names there is no memory.
  * @param path  at most 259 bytes; null, empty or longer is refused. A '/' at its end makes no difference.
  * @return 0 when the folder itself was removed; -1 otherwise: refused, no folder, or something in it stayed.
  * Error cell: nErrno = 35 when the searches did not suffice, else untouched; errno as the last removal left it.
@@ -161,7 +163,7 @@ ZORCOMN_API int32_t qelcomn_deltree(const char *path);
  * @param path  at most 259 bytes; null, empty or longer is refused.
  * @return 1 (the result of ending the search) when the walk went through, also when something could not be removed;
  *         0 when it could not start: no such folder, or no search free; -1 when the path was refused, or anything below
- *         it because it lies too deep or its path is too long.
+ *         it because it lies too deep, its path is too long or memory is short.
  * Error cell: nErrno = 35 when the searches did not suffice, else untouched; errno as the last call left it.
  * Threads: safe; takes searches from all others meanwhile.  Owns: nothing.
  */
@@ -190,7 +192,8 @@ ZORCOMN_API uint32_t qelcomn_MakeRecursiveDirectoryW(const wchar_t *path);
  * @return 1 when every byte was written and the system took them all, up to the closing of the file; 0 otherwise. A
  *         destination that was begun before a failure is not removed.
  * Error cell: untouched; errno as the failing call left it.
- * Threads: safe on different destinations. May block; a cancellation point.  Owns: nothing.
+ * Threads: safe on different destinations. May block; a cancellation point where it reads, writes or waits for the
+ * writer of a pipe: a cancelled thread leaves the destination as far as it came, and nothing open.  Owns: nothing.
  */
 ZORCOMN_API int32_t qelcomn_copy_file(const char *source, const char *destination, int32_t overwrite);
 

@@ -1,6 +1,7 @@
 #include "source/network/socket_address.h"
 
 #include "source/platform/host.h"
+#include "source/platform/posix.h"
 
 #include <algorithm>
 #include <cstring>
@@ -35,14 +36,14 @@ std::optional<std::string> hostText(const sockaddr &address, int flags, size_t s
     char text[kHostTextSize] = {};
     if (!writeHostText(address, flags, text, std::min(size, sizeof text)))
         return std::nullopt;
-    return std::string(text, strnlen(text, sizeof text));
+    return std::string(text, boundedLength(text, sizeof text));
 }
 
 std::optional<std::string> serviceText(const sockaddr &address, int flags) {
     char text[kHostTextSize] = {};
     if (getnameinfo(&address, addressLength(address.sa_family), nullptr, 0, text, sizeof text, flags) != 0)
         return std::nullopt;
-    return std::string(text, strnlen(text, sizeof text));
+    return std::string(text, boundedLength(text, sizeof text));
 }
 
 } // namespace zor

@@ -52,6 +52,22 @@ public:
     UncancellableScope(const UncancellableScope &) = delete;
     UncancellableScope &operator=(const UncancellableScope &) = delete;
 
+    int stateBefore() const { return m_cancelState; }
+
+private:
+    int m_cancelState;
+};
+
+/** Inside an UncancellableScope, lets cancellation be as it was before that one: around the call that may wait. */
+class CancellableScope {
+public:
+    explicit CancellableScope(const UncancellableScope &scope) : m_cancelState(PTHREAD_CANCEL_DISABLE) {
+        pthread_setcancelstate(scope.stateBefore(), &m_cancelState);
+    }
+    ~CancellableScope() { pthread_setcancelstate(m_cancelState, nullptr); }
+    CancellableScope(const CancellableScope &) = delete;
+    CancellableScope &operator=(const CancellableScope &) = delete;
+
 private:
     int m_cancelState;
 };
@@ -104,17 +120,8 @@ struct DescriptorKind {
 };
 using Descriptor = Unique<DescriptorKind>;
 
-/** A socket that is not handed on to programs this process starts. */
-inline Descriptor openSocket(int family, int type, int protocol) {
-#ifdef SOCK_CLOEXEC
-    return Descriptor(socket(family, type | SOCK_CLOEXEC, protocol));
-#else
-    Descriptor opened(socket(family, type, protocol));
-    if (opened)
-        fcntl(opened.get(), F_SETFD, FD_CLOEXEC);
-    return opened;
-#endif
-}
+/** A socket that is not handed on to programs this process starts; the seam's, like the rest of platform/open.h. */
+Descriptor openSocket(int family, int type, int protocol);
 
 struct ConverterKind {
     using Value = iconv_t;
@@ -122,6 +129,13 @@ struct ConverterKind {
     static void close(Value value) { iconv_close(value); }
 };
 using Converter = Unique<ConverterKind>;
+
+/** iconv(), whose input some systems declare as const; called as convert(iconv, ...). */
+template <class Input>
+size_t convert(size_t (*call)(iconv_t, Input, size_t *, char **, size_t *), const Converter &converter, char **in,
+               size_t *inBytes, char **out, size_t *outBytes) {
+    return call(converter.get(), const_cast<Input>(in), inBytes, out, outBytes);
+}
 
 /** Holds a POSIX mutex; tests as true when it was locked. */
 class MutexLock {
@@ -152,6 +166,30 @@ template <class Call> auto retryInterrupted(Call call) {
     return result;
 }
 
+/** The descriptor behind a folder's stream, which stays its owner; dirfd() is an extended macro on some systems. */
+inline int descriptorOf(DIR *stream) {
+    return __extension__ dirfd(stream);
+}
+
+/** opendir(), made again while a signal interrupts. */
+inline Directory openInterrupted(const char *path) {
+    DIR *stream = opendir(path);
+    while (!stream && errno == EINTR)
+        stream = opendir(path);
+    return Directory(stream);
+}
+
+/** Runs a body that can be cancelled, and release(owner) should that happen: where a cancelled thread runs no
+ * destructors, this is what gives back the owner's resources. The owner's destructor may come after it. The body must
+ * not throw. */
+template <class Owner, class Body> auto releasedWhenCancelled(Owner &owner, Body body) -> decltype(body()) {
+    decltype(body()) result{};
+    pthread_cleanup_push([](void *cancelled) { static_cast<Owner *>(cancelled)->release(); }, &owner);
+    result = body();
+    pthread_cleanup_pop(0);
+    return result;
+}
+
 /** Runs what may throw behind an exported function; an exception becomes the failure value. Never around what blocks or
  * calls back: a cancelled thread must unwind through, which std::exception leaves alone. */
 template <class Result, class Body> Result guarded(Result failure, Body body) {
@@ -162,17 +200,27 @@ template <class Result, class Body> Result guarded(Result failure, Body body) {
     }
 }
 
-/** Copies text into a buffer of size bytes, cut to fit and always terminated; size 0 writes nothing.
+/** Length of a text in characters, no more than limit, beyond which nothing is read. */
+template <class Char> size_t boundedLength(const Char *text, size_t limit) {
+    size_t length = 0;
+    while (length < limit && text[length] != Char())
+        ++length;
+    return length;
+}
+
+/** Copies text into a buffer of size characters, cut to fit and always terminated; size 0 writes nothing. Each
+ * character is read once, so that what a writer elsewhere changes meanwhile is taken as it was at one moment.
  * @return whether the whole text fitted.
  */
-inline bool copyText(char *buffer, size_t size, const char *text) {
+template <class Char> bool copyText(Char *buffer, size_t size, const Char *text) {
     if (size == 0)
         return false;
-    const size_t length = strnlen(text, size);
-    const size_t copied = length < size ? length : size - 1;
-    std::memcpy(buffer, text, copied);
-    buffer[copied] = '\0';
-    return copied == length;
+    for (size_t index = 0; index + 1 < size; ++index) {
+        if ((buffer[index] = text[index]) == Char())
+            return true;
+    }
+    buffer[size - 1] = Char();
+    return text[size - 1] == Char();
 }
 
 } // namespace zor

@@ -3,24 +3,29 @@
 
 #include "zorcomn/portability.h"
 
+#include "source/platform/files.h"
 #include "source/platform/posix.h"
 #include "source/portability/file_record.h"
 #include "source/portability/handles.h"
 #include "source/portability/threads.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace zor {
 
 namespace {
 
-bool namesFile(const char *name, const struct stat &file) {
-    struct stat named;
-    return stat(name, &named) == 0 && named.st_dev == file.st_dev && named.st_ino == file.st_ino;
+/** Removes a name, unless a folder stands there: some systems let the superuser unlink one. */
+bool removeName(const char *name) {
+    const auto facts = host::linkFacts(name);
+    if (!facts || !S_ISDIR(facts->mode))
+        return unlink(name) == 0;
+    errno = EISDIR;
+    return false;
 }
 
 /** Closes the descriptor and removes a file that was opened so. A name that fills its field may have been cut; it is
@@ -28,26 +33,25 @@ bool namesFile(const char *name, const struct stat &file) {
 bool endFile(FileRecord &file) {
     char name[kFileNameSize + 1] = {};
     std::memcpy(name, file.name, kFileNameSize);
-    struct stat opened;
-    const bool isWhole = !file.deleteOnClose || name[kFileNameSize - 1] == '\0' ||
-                         (fstat(file.descriptor, &opened) == 0 && namesFile(name, opened));
-    if (close(file.descriptor) != 0)
+    bool isWhole = !file.deleteOnClose || name[kFileNameSize - 1] == '\0';
+    if (!isWhole) {
+        const auto opened = host::openFileFacts(file.descriptor);
+        const auto named = host::fileFacts(name);
+        isWhole = opened && named && host::isSameFile(*opened, *named);
+    }
+    if (close(file.descriptor) != 0 && errno != EINTR) // interrupted, it has closed all the same
         return false;
     file.descriptor = -1; // should the removal fail, the handle lives on and must not reach somebody else's file
     if (isWhole)
-        return !file.deleteOnClose || std::remove(name) == 0;
+        return !file.deleteOnClose || removeName(name);
     errno = ENAMETOOLONG;
     return false;
 }
 
 int32_t destroyFile(HandleObject *object) {
     auto *file = static_cast<FileRecord *>(object->objectData);
-    // Closing and removing are cancellation points; a thread cancelled there would leave the records behind.
-    int cancelState = PTHREAD_CANCEL_ENABLE;
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelState);
-    const bool isEnded = !file || endFile(*file);
-    pthread_setcancelstate(cancelState, nullptr);
-    if (!isEnded)
+    const UncancellableScope uncancellable;
+    if (file && !endFile(*file))
         return 0; // Kept: the count has fallen to 0, so that the record stays for good.
     delete file;
     pthread_cond_destroy(&object->condition);

@@ -4,6 +4,8 @@
 
 #include "zorcomn/portability.h"
 
+#include "source/platform/files.h"
+#include "source/platform/open.h"
 #include "source/portability/directory_search.h"
 #include "source/portability/error_cell.h"
 
@@ -72,11 +74,8 @@ void copySearchText(char (&field)[kSearchTextBytes], const char *text, size_t le
 class LookupPath {
 public:
     LookupPath(const char *directory, const char *name) {
-        const size_t directoryLength = strnlen(directory, kMaxPart);
-        const size_t nameLength = strnlen(name, kMaxPart);
-        std::memcpy(m_text, directory, directoryLength);
-        std::memcpy(m_text + directoryLength, name, nameLength);
-        m_text[directoryLength + nameLength] = '\0';
+        zor::copyText(m_text, kMaxPart + 1, directory);
+        zor::copyText(m_text + std::strlen(m_text), kMaxPart + 1, name);
     }
     const char *text() const { return m_text; }
 
@@ -102,7 +101,7 @@ int32_t openSearch(Directory stream, const char *directory, size_t directoryLeng
     qelSearch &record = *pDirEntTable[search - 1];
     stream.release();
     copySearchText(record.directory, directory, directoryLength);
-    copySearchText(record.pattern, pattern, std::strlen(pattern));
+    copyText(record.pattern, sizeof record.pattern, pattern);
     return search;
 }
 
@@ -130,12 +129,13 @@ int32_t qelFindFirstDirEnt(const char *path, qelFindData *data) {
     const size_t directoryLength = slash ? static_cast<size_t>(slash - path) + 1 : 1;
     const char *const pattern = slash ? slash + 1 : path;
 
+    const zor::UncancellableScope uncancellable;
     char opened[kSearchTextBytes] = {};
     copySearchText(opened, directory, directoryLength);
-    zor::Directory stream(opendir(opened));
+    zor::Directory stream = zor::host::openDirectory(opened);
     if (!stream)
         return zor::kNoSearch;
-    const int32_t search = zor::openSearch(std::move(stream), directory, directoryLength, pattern);
+    const int32_t search = zor::openSearch(std::move(stream), opened, std::strlen(opened), pattern);
     if (search == zor::kNoSearch)
         return zor::kNoSearch;
     if (qelFindNextDirEnt(search, data) == 1)
@@ -151,6 +151,7 @@ int32_t qelFindNextDirEnt(int32_t search, qelFindData *data) {
         return 0;
     if (!data)
         return zor::failWith(zor::kCellInvalid, 0);
+    const zor::UncancellableScope uncancellable;
     const dirent *const entry = zor::nextEntry(*record);
     if (!entry)
         return 0;
@@ -162,6 +163,7 @@ int32_t qelFindCloseDirEnt(int32_t search) {
     const std::unique_ptr<qelSearch> record(zor::findSearch(search));
     if (!record)
         return 0;
+    const zor::UncancellableScope uncancellable;
     storeSlot(static_cast<size_t>(search) - 1, nullptr);
     return closedir(record->stream) == 0 ? 1 : 0;
 }
@@ -173,14 +175,15 @@ qelFindData *qelSetFindDataDirEnt(qelFindData *data, const struct dirent *entry,
     zor::copyText(data->name, sizeof data->name, entry->d_name);
     // Kept: no separator is put in between, so a search without a slash, whose directory is ".", looks its entries up
     // as ".name" and normally finds no facts for them.
-    struct stat facts;
-    if (stat(LookupPath(directory, entry->d_name).text(), &facts) != 0)
+    const zor::UncancellableScope uncancellable;
+    const auto facts = zor::host::fileFacts(LookupPath(directory, entry->d_name).text());
+    if (!facts)
         return data;
-    data->attributes = S_ISDIR(facts.st_mode) ? kAttributeDirectory : 0;
+    data->attributes = S_ISDIR(facts->mode) ? kAttributeDirectory : 0;
     // Times and size are the low 32 bits of what the system has.
-    data->lastAccessTime = static_cast<int32_t>(facts.st_atime);
-    data->lastWriteTime = static_cast<int32_t>(facts.st_mtime);
-    data->size = static_cast<uint32_t>(facts.st_size);
+    data->lastAccessTime = static_cast<int32_t>(facts->accessSeconds);
+    data->lastWriteTime = static_cast<int32_t>(facts->modificationSeconds);
+    data->size = static_cast<uint32_t>(facts->sizeBytes);
     return data;
 }
 

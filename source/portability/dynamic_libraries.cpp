@@ -143,7 +143,7 @@ void *qelLoadLibrary(const char *path, const char **errorText) {
     if (!openLibrary(*entry, path))
         return nullptr;
     entry->referenceCount = 1;
-    std::memcpy(entry->name, path, strnlen(path, kLibraryNameBound));
+    std::memcpy(entry->name, path, boundedLength(path, kLibraryNameBound));
     void *const module = entry->module;
     exchangeSlot(slot, std::move(entry));
     return module;

@@ -4,6 +4,8 @@
 #include "zorcomn/portability.h"
 #include "zorcomn/utilities.h"
 
+#include "source/platform/files.h"
+#include "source/platform/open.h"
 #include "source/platform/posix.h"
 #include "source/portability/error_cell.h"
 #include "source/portability/file_record.h"
@@ -17,7 +19,6 @@
 #include <string>
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace zor;
@@ -67,8 +68,20 @@ std::unique_ptr<FileRecord> makeFileRecord(const char *path, bool isDeletedOnClo
         return nullptr;
     file->deleteOnClose = isDeletedOnClose ? 1 : 0;
     // Kept: a path that fills the field has no terminator there.
-    std::memcpy(file->name, path, strnlen(path, sizeof file->name));
+    for (size_t index = 0; index < sizeof file->name && (file->name[index] = path[index]) != '\0'; ++index) {
+    }
     return file;
+}
+
+/** Kept: a file is of use without its condition and guard, so that their failing is no failure of opening. What the
+ * system gives without a call serves then, so that the handle can be closed. */
+void initialiseUnchecked(HandleObject &object) {
+    static const pthread_cond_t condition = PTHREAD_COND_INITIALIZER;
+    static const pthread_mutex_t guard = PTHREAD_MUTEX_INITIALIZER;
+    if (pthread_cond_init(&object.condition, nullptr) != 0)
+        object.condition = condition;
+    if (pthread_mutex_init(&object.guard, nullptr) != 0)
+        object.guard = guard;
 }
 
 /** A new file handle that owns the descriptor; null, the descriptor closed, when memory is short. */
@@ -77,8 +90,7 @@ HANDLE makeFileHandle(Descriptor descriptor, const char *path, bool isDeletedOnC
     std::unique_ptr<HandleObject> object(new (std::nothrow) HandleObject());
     if (!file || !object)
         return failWith<HANDLE>(kCellNoMemory, nullptr);
-    if (!initialiseGuard(*object))
-        return nullptr;
+    initialiseUnchecked(*object);
     file->descriptor = descriptor.release();
     object->objectData = file.release();
     object->type = kFileHandle;
@@ -112,8 +124,8 @@ HANDLE qelCreateFileAW(const char *path, uint32_t desiredAccess, uint32_t, void 
     const auto creation = creationFlags(creationDisposition);
     if (!path || !mode || !creation || !isKnownAttribute(flagsAndAttributes))
         return failWith<HANDLE>(kCellInvalid, nullptr);
-    const int flags = *mode | *creation | O_CLOEXEC;
-    Descriptor descriptor(retryInterrupted([&] { return open(path, flags, kPermissions); }));
+    const UncancellableScope uncancellable;
+    Descriptor descriptor = host::openFile(path, *mode | *creation, kPermissions);
     if (!descriptor)
         return nullptr;
     return makeFileHandle(std::move(descriptor), path, flagsAndAttributes == kDeleteOnClose);
@@ -149,6 +161,7 @@ int32_t qelWriteFile(HANDLE file, const void *buffer, uint32_t bytesToWrite, uin
 
 // Kept: the high part is neither read nor written, and the move method goes to the system as it is.
 uint32_t qelSetFilePointer(HANDLE file, int32_t distance, int32_t *, uint32_t moveMethod) {
+    const UncancellableScope uncancellable;
     const FileRecord *const record = fileOf(file);
     if (!record)
         return kAllOnes;
@@ -157,6 +170,7 @@ uint32_t qelSetFilePointer(HANDLE file, int32_t distance, int32_t *, uint32_t mo
 }
 
 int32_t qelSetEndOfFile(HANDLE file) {
+    const UncancellableScope uncancellable;
     const FileRecord *const record = fileOf(file);
     if (!record)
         return 0;
@@ -168,11 +182,12 @@ int32_t qelSetEndOfFile(HANDLE file) {
 
 uint32_t qelGetFileSize(HANDLE file, uint32_t *sizeHigh) {
     constexpr uint32_t kHighPartDivisor = 65535;
+    const UncancellableScope uncancellable;
     const FileRecord *const record = fileOf(file);
-    struct stat facts;
-    if (!record || fstat(record->descriptor, &facts) != 0)
+    const auto facts = record ? host::openFileFacts(record->descriptor) : std::nullopt;
+    if (!facts)
         return kAllOnes;
-    const auto size = static_cast<uint32_t>(facts.st_size);
+    const auto size = static_cast<uint32_t>(facts->sizeBytes);
     // Kept: not the upper half of the size but its low half over 65535; callers compute with it.
     if (sizeHigh)
         *sizeHigh = size / kHighPartDivisor;
@@ -182,9 +197,10 @@ uint32_t qelGetFileSize(HANDLE file, uint32_t *sizeHigh) {
 uint32_t qelGetTempFileName(const char *directory, const char *prefix, uint32_t unique, char *name) {
     if (!directory || !name)
         return failWith<uint32_t>(kCellInvalid, 0);
+    const UncancellableScope uncancellable;
     return guarded<uint32_t>(0, [&]() -> uint32_t {
         std::string path = std::string(directory) + "/" + (prefix ? prefix : "") + "XXXXXX";
-        const Descriptor descriptor(mkostemp(path.data(), O_CLOEXEC));
+        const Descriptor descriptor = host::openTemporaryFile(path);
         if (!descriptor)
             return 0;
         std::memcpy(name, path.c_str(), path.size() + 1);
@@ -199,6 +215,7 @@ int32_t qelCopyFile(const char *source, const char *destination, int32_t failIfE
 int32_t qelMoveFile(const char *oldPath, const char *newPath) {
     if (!oldPath || !newPath)
         return failWith(kCellInvalid, 0);
+    const UncancellableScope uncancellable;
     return std::rename(oldPath, newPath) == 0 ? 1 : 0;
 }
 

@@ -213,7 +213,7 @@ template <class In, class Out>
     char *out = reinterpret_cast<char *>(destination);
     size_t inBytes = length * sizeof(In), outBytes = room * sizeof(Out);
     // Kept: where it stops at what it cannot convert, the text ends, and nothing tells; callers rely on the prefix.
-    iconv(converter.get(), &in, &inBytes, &out, &outBytes);
+    convert(iconv, converter, &in, &inBytes, &out, &outBytes);
     return room - outBytes / sizeof(Out);
 }
 

@@ -37,7 +37,7 @@ struct LoginRecord {
 
 /** The text of a login record's field, which fills it without a terminator where it is long. */
 template <size_t size> std::string fieldText(const char (&field)[size]) {
-    return {field, strnlen(field, size)};
+    return {field, zor::boundedLength(field, size)};
 }
 
 /** Runs what may throw; false when memory ran out. */

@@ -4,6 +4,7 @@
 #include "source/sysprops/os_information.h"
 
 #include "source/platform/host.h"
+#include "source/platform/open.h"
 #include "source/platform/posix.h"
 #include "source/portability/transcoding.h"
 #include "source/utilities/command_output.h"
@@ -37,8 +38,7 @@ struct Version {
 /** The content of the version file, whatever its size; nothing when it is missing, empty or unreadable. */
 std::optional<std::string> readVersionFile(const char *path) {
     // Without O_NONBLOCK, a pipe in the file's place would hold us up.
-    const zor::Descriptor file(
-        zor::retryInterrupted([&] { return open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK); }));
+    const zor::Descriptor file = zor::host::openFile(path, O_RDONLY | O_NOCTTY | O_NONBLOCK);
     // What has no size is no file; asked so, a date that does not fit the system's records does not matter. A folder
     // may tell any size, but gives no byte.
     char first = '\0';

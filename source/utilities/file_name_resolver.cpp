@@ -3,6 +3,7 @@
 
 #include "zorcomn/utilities.h"
 
+#include "source/platform/files.h"
 #include "source/platform/posix.h"
 #include "source/portability/error_cell.h"
 #include "source/utilities/file_name_flattener.h"
@@ -17,12 +18,12 @@ namespace {
 enum class FileKind { missing, regular, link, other };
 
 FileKind kindOf(const std::string &path) {
-    struct stat facts;
-    if (path.find('\0') != std::string::npos || lstat(path.c_str(), &facts) != 0)
+    const auto facts = path.find('\0') == std::string::npos ? host::linkFacts(path.c_str()) : std::nullopt;
+    if (!facts)
         return FileKind::missing;
-    if (S_ISREG(facts.st_mode))
+    if (S_ISREG(facts->mode))
         return FileKind::regular;
-    return S_ISLNK(facts.st_mode) ? FileKind::link : FileKind::other;
+    return S_ISLNK(facts->mode) ? FileKind::link : FileKind::other;
 }
 
 /** Where the link leads, by its text; nothing when it cannot be read, is too long to be read whole, or climbs above the

@@ -2,11 +2,10 @@
 
 #include "zorcomn/utilities.h"
 
+#include "source/platform/files.h"
 #include "source/platform/host.h"
 #include "source/portability/directory_search.h"
 #include "source/portability/error_cell.h"
-
-#include <sys/stat.h>
 
 int32_t qelcomn_findfirstA(const char *pattern, qelFindData *data) {
     const int32_t search = qelFindFirstDirEnt(pattern, data);
@@ -24,10 +23,10 @@ int32_t qelcomn_findclose(int32_t search) {
 uint32_t qelcomn_get_file_sizeA(const char *path, uint32_t *size) {
     if (!path || !size)
         return zor::kFailure;
-    struct stat facts = {};
-    const bool isKnown = stat(path, &facts) == 0;
-    *size = isKnown ? static_cast<uint32_t>(facts.st_size) : 0;
-    return isKnown ? 0 : zor::kFailure;
+    const zor::UncancellableScope uncancellable;
+    const auto facts = zor::host::fileFacts(path);
+    *size = facts ? static_cast<uint32_t>(facts->sizeBytes) : 0;
+    return facts ? 0 : zor::kFailure;
 }
 
 // Kept: the factor 1000 and the product in 32 bits, which wraps and may come out negative; callers compare with values
@@ -36,6 +35,7 @@ uint32_t qelcomn_get_disk_free_spaceA(const char *path, int64_t *bytes) {
     constexpr uint32_t kFactor = 1000;
     if (!path || !bytes)
         return zor::kFailure;
+    const zor::UncancellableScope uncancellable;
     const auto space = zor::host::fileSystemSpace(path);
     if (!space)
         return zor::kFailure;

@@ -2,10 +2,8 @@
 
 #include "zorcomn/utilities.h"
 
+#include "source/platform/posix.h"
 #include "source/portability/error_cell.h"
-
-#include <cstring>
-#include <cwchar>
 
 #include <sys/stat.h>
 
@@ -18,11 +16,15 @@ constexpr size_t kLastUncountedIndex = 3;
 // callers hand in the path of a file to have its folders made.
 // Kept: success would be a mkdir that returns 1, so failure is what every call reports.
 // Kept: of a wide character only the low 8 bits are taken; whether it is a separator is decided before that.
-template <class Char> uint32_t makeDirectories(const Char *path, size_t length) {
+template <class Char> uint32_t makeDirectories(const Char *path) {
+    Char whole[kWorkingBytes];
+    if (!path || !zor::copyText(whole, kWorkingBytes, path))
+        return zor::kFailure;
+    const zor::UncancellableScope uncancellable;
     char made[kWorkingBytes] = {};
-    for (size_t index = 0; index < length; ++index) {
-        made[index] = static_cast<char>(path[index] & 0xFF);
-        if (path[index] == Char('/') && index > kLastUncountedIndex)
+    for (size_t index = 0; whole[index] != Char(); ++index) {
+        made[index] = static_cast<char>(whole[index] & 0xFF);
+        if (whole[index] == Char('/') && index > kLastUncountedIndex)
             mkdir(made, S_IRWXU);
     }
     return zor::kFailure;
@@ -31,11 +33,9 @@ template <class Char> uint32_t makeDirectories(const Char *path, size_t length) 
 } // namespace
 
 uint32_t qelcomn_MakeRecursiveDirectoryA(const char *path) {
-    const size_t length = path ? strnlen(path, kWorkingBytes) : 0;
-    return length < kWorkingBytes ? makeDirectories(path, length) : zor::kFailure;
+    return makeDirectories(path);
 }
 
 uint32_t qelcomn_MakeRecursiveDirectoryW(const wchar_t *path) {
-    const size_t length = path ? wcsnlen(path, kWorkingBytes) : 0;
-    return length < kWorkingBytes ? makeDirectories(path, length) : zor::kFailure;
+    return makeDirectories(path);
 }

@@ -3,6 +3,7 @@
 
 #include "zorcomn/utilities.h"
 
+#include "source/platform/files.h"
 #include "source/platform/host.h"
 #include "source/platform/posix.h"
 #include "source/portability/error_cell.h"
@@ -75,6 +76,7 @@ int32_t qeFolderExists(const char *lpszFolder) {
     // Kept: a backslash at the end is cut off, one of them; a '/' stays, the system takes it.
     if (length > 0 && folder[length - 1] == '\\')
         folder[length - 1] = '\0';
-    struct stat facts;
-    return stat(folder, &facts) == 0 && S_ISDIR(facts.st_mode) ? 1 : 0;
+    const UncancellableScope uncancellable;
+    const auto facts = host::fileFacts(folder);
+    return facts && S_ISDIR(facts->mode) ? 1 : 0;
 }

@@ -15,8 +15,8 @@ bool hasIpCommand() {
 }
 
 bool hasIPv6() {
-    static const bool has =
-        openSocket(AF_INET6, SOCK_DGRAM, 0) && readFile("/proc/sys/net/ipv6/conf/default/disable_ipv6") == "0\n";
+    static const bool has = Descriptor(socket(AF_INET6, SOCK_DGRAM, 0)) &&
+                            readFile("/proc/sys/net/ipv6/conf/default/disable_ipv6") == "0\n";
     return has;
 }
 

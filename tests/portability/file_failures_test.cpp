@@ -13,6 +13,7 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 namespace {
 
@@ -24,14 +25,61 @@ constexpr uint32_t kOpenAlways = 4;
 TEST(CreateFile, EachCallFailing_LeavesNothingButTheCell) {
     const TemporaryFolder folder;
     const std::string path = folder / "file";
-    constexpr Failure kRows[] = {{"operator new", 1, 12},
-                                 {"operator new", 2, 12},
-                                 {"pthread_cond_init", 1, kUntouched},
-                                 {"pthread_mutex_init", 1, kUntouched}};
+    constexpr Failure kRows[] = {{"operator new", 1, 12}, {"operator new", 2, 12}};
     for (const Failure &row : kRows) {
         const HANDLE file =
             runFailing(row, [&] { return qelCreateFileAW(path.c_str(), kBoth, 0, nullptr, kOpenAlways, 0, nullptr); });
         EXPECT_EQ(file, nullptr) << row.function;
+    }
+}
+
+TEST(CreateFile, ConditionOrGuardFailing_IsNotChecked_Kept) {
+    const TemporaryFolder folder;
+    const std::string path = folder.write("file", "abc");
+    for (const char *function : {"pthread_cond_init", "pthread_mutex_init"}) {
+        const int32_t closed = runFailing({function, 1, kUntouched}, [&] {
+            const HANDLE file = qelCreateFileAW(path.c_str(), kBoth, 0, nullptr, kOpenAlways, 0, nullptr);
+            EXPECT_EQ(qelGetFileSize(file, nullptr), 3u) << function;
+            return qelCloseHandle(file);
+        });
+        EXPECT_EQ(closed, 1) << function;
+    }
+}
+
+TEST(CloseFile, Interrupted_HasClosedAndRemovesTheFile) {
+    EXPECT_TRUE(childPasses([] { // the descriptor itself stays open
+        const TemporaryFolder folder;
+        const std::string path = folder.write("file", "abc");
+        const HANDLE file = qelCreateFileAW(path.c_str(), kBoth, 0, nullptr, kOpenAlways, 0x04000000u, nullptr);
+        const FailingCall failing("close", 1, EINTR);
+        EXPECT_EQ(qelCloseHandle(file), 1);
+        EXPECT_TRUE(failing.wasReached());
+        EXPECT_NE(access(path.c_str(), F_OK), 0);
+    }));
+}
+
+TEST(Opening, InterruptedOnce_IsMadeAgain) {
+    const TemporaryFolder folder;
+    const std::string path = folder.write("file", "abc");
+    {
+        const FailingCall failing("open64", 1, EINTR);
+        const HANDLE file = qelCreateFileAW(path.c_str(), kBoth, 0, nullptr, kOpenAlways, 0, nullptr);
+        EXPECT_TRUE(failing.wasReached());
+        EXPECT_EQ(qelCloseHandle(file), 1);
+    }
+    {
+        const FailingCall failing("mkostemp64", 1, EINTR);
+        char name[1024] = "";
+        EXPECT_EQ(qelGetTempFileName(folder.path().c_str(), "p", 3, name), 3u);
+        EXPECT_TRUE(failing.wasReached());
+        EXPECT_EQ(access(name, F_OK), 0);
+    }
+    {
+        const FailingCall failing("opendir", 1, EINTR);
+        qelFindData data;
+        const int32_t search = qelFindFirstDirEnt((folder / "file").c_str(), &data);
+        EXPECT_TRUE(failing.wasReached());
+        EXPECT_EQ(qelFindCloseDirEnt(search), 1);
     }
 }
 

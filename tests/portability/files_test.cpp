@@ -213,6 +213,20 @@ TEST(CreateFile, DeleteOnClose_RemovesTheFileWithItsHandle) {
     EXPECT_FALSE(exists(path));
 }
 
+TEST(CreateFile, DeleteOnClose_LeavesAFolderInTheFilesPlace) {
+    const TemporaryFolder folder;
+    const HANDLE file = openFile(folder / "file", kBoth, kCreateNew, kDeleteOnClose);
+    ASSERT_EQ(unlink((folder / "file").c_str()), 0);
+    ASSERT_EQ(mkdir((folder / "file").c_str(), 0700), 0);
+    const size_t before = openDescriptors();
+    ASSERT_EQ(qelCloseHandle(file), 0);
+    EXPECT_EQ(errno, EISDIR);
+    EXPECT_TRUE(exists(folder / "file"));
+    EXPECT_EQ(openDescriptors(), before - 1);
+    delete &fileRecord(file); // kept, as after any removal that failed
+    delete &zor::recordOf(file);
+}
+
 TEST(CreateFile, FailedOpen_LeaksNoDescriptor) {
     const TemporaryFolder folder;
     const size_t before = openDescriptors();

@@ -253,7 +253,7 @@ TEST_F(HandleFailure, CloseFile_RemovalFailing_LeavesNoDescriptorBehind) {
     const std::string path = folder.write("file", "content");
     const HANDLE file = openFile(path, path, 1);
     EXPECT_EQ(failing(
-                  "remove", [&] { return qelCloseHandle(file); }, 1, EACCES),
+                  "unlink", [&] { return qelCloseHandle(file); }, 1, EACCES),
               0);
     EXPECT_EQ(errno, EACCES);
     EXPECT_EQ(static_cast<zor::FileRecord *>(zor::recordOf(file).objectData)->descriptor, -1);

@@ -293,7 +293,7 @@ ZORCOMN_FAILS_BY_RESULT(pthread_mutex_trylock, (pthread_mutex_t * mutex), (mutex
 ZORCOMN_FAILS_BY_RESULT(pthread_mutex_unlock, (pthread_mutex_t * mutex), (mutex))
 ZORCOMN_FAILS_BY_RESULT(pthread_setspecific, (pthread_key_t key, const void *value), (key, value))
 ZORCOMN_FAILS_BY_ERRNO(-1, close, int, (int descriptor), (descriptor))
-ZORCOMN_FAILS_BY_ERRNO(-1, remove, int, (const char *path), (path))
+ZORCOMN_FAILS_BY_ERRNO(-1, unlink, int, (const char *path), (path))
 ZORCOMN_FAILS_BY_ERRNO(-1, dlclose, int, (void *handle), (handle))
 ZORCOMN_FAILS_BY_ERRNO(-1, closedir, int, (DIR * stream), (stream))
 ZORCOMN_FAILS_BY_ERRNO(EOF, fclose, int, (std::FILE * stream), (stream))
@@ -325,7 +325,36 @@ ZORCOMN_FAILS_BY_ERRNO(-1, getsockopt, int, (int socket, int level, int option, 
 ZORCOMN_FAILS_BY_ERRNO(-1, poll, int, (pollfd * entries, nfds_t count, int milliseconds),
                        (entries, count, milliseconds))
 
-// fcntl under the name that it has with 64-bit file offsets.
+ZORCOMN_FAILS_BY_ERRNO(nullptr, opendir, DIR *, (const char *path), (path))
+ZORCOMN_FAILS_BY_ERRNO(-1, mkostemp64, int, (char *pattern, int flags), (pattern, flags))
+
+// What takes a mode only sometimes, and fcntl, under the names that they have with 64-bit file offsets.
+extern "C" int __real_open64(const char *path, int flags, ...);
+extern "C" int __wrap_open64(const char *path, int flags, ...) {
+    static const size_t function = indexOf("open64");
+    if (const int error = failureDue(function))
+        return errno = error, -1;
+    va_list arguments;
+    va_start(arguments, flags);
+    const int descriptor = __real_open64(path, flags, flags & O_CREAT ? va_arg(arguments, mode_t) : 0);
+    va_end(arguments);
+    runDueAction(function);
+    return descriptor;
+}
+
+extern "C" int __real_openat64(int folder, const char *path, int flags, ...);
+extern "C" int __wrap_openat64(int folder, const char *path, int flags, ...) {
+    static const size_t function = indexOf("openat64");
+    if (const int error = failureDue(function))
+        return errno = error, -1;
+    va_list arguments;
+    va_start(arguments, flags);
+    const int descriptor = __real_openat64(folder, path, flags, flags & O_CREAT ? va_arg(arguments, mode_t) : 0);
+    va_end(arguments);
+    runDueAction(function);
+    return descriptor;
+}
+
 extern "C" int __real_fcntl64(int descriptor, int command, ...);
 extern "C" int __wrap_fcntl64(int descriptor, int command, ...) {
     static const size_t function = indexOf("fcntl64");

@@ -257,13 +257,6 @@ TEST_F(OSTest, SignalWhileACommandRuns_DoesNotCutItsAnswer) {
     sigaction(SIGUSR1, &before, nullptr);
 }
 
-TEST_F(OSTest, PopenThatKnowsNoCloseOnExec_IsAskedWithout) {
-    makeCommand("sw_vers", "echo Server");
-    const FailingCall failing("popen", 1, EINVAL);
-    EXPECT_EQ(collect().OSPlatform, L"Server");
-    EXPECT_TRUE(failing.wasReached());
-}
-
 TEST_F(OSTest, VersionFileThatCannotBeRead_LeavesTheFixedFieldsOnly) {
     expectFailure(m_folder / "missing");
     expectFailure(m_folder.write("empty", ""));

@@ -13,6 +13,7 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -62,27 +63,87 @@ TEST(CopyFile, NoMemoryForBuffers_CopiesAllTheSame) {
     }
 }
 
-TEST(CopyFile, NoStream_FailsBeforeTheDestinationIsEmptied) {
+TEST(CopyFile, DestinationThatCannotBeOpened_LosesNothing) {
     const TemporaryFolder folder;
     const std::string source = folder.write("source", "bytes");
     const std::string existing = folder.write("existing", "old");
     for (const int nth : {1, 2}) {
-        EXPECT_EQ(runFailing({"fdopen", nth, kUntouched},
+        EXPECT_EQ(runFailing({"open64", nth, kUntouched},
                              [&] { return qelcomn_copy_file(source.c_str(), existing.c_str(), 1); }),
                   0);
         EXPECT_EQ(readFile(existing), "old") << nth;
     }
 }
 
+TEST(CopyFile, EachReadAndWriteInterrupted_IsMadeAgain) {
+    const TemporaryFolder folder;
+    const std::string bytes(500000, 'x');
+    const std::string source = folder.write("source", bytes);
+    const std::string copy = folder / "copy";
+    for (const char *function : {"open64", "read", "write"}) {
+        bool wasReached = true;
+        int nth = 1;
+        for (; wasReached; ++nth) {
+            const FailingCall failing(function, nth, EINTR);
+            EXPECT_EQ(qelcomn_copy_file(source.c_str(), copy.c_str(), 1), 1) << function << ' ' << nth;
+            wasReached = failing.wasReached();
+            EXPECT_TRUE(readFile(copy) == bytes) << function << ' ' << nth;
+        }
+        EXPECT_GT(nth, 3) << function;
+    }
+}
+
+TEST(CopyFile, FailedReadOnTheWay_KeepsWhatWasReadAndItsErrno) {
+    const TemporaryFolder folder;
+    const std::string bytes(200000, 'x');
+    const std::string source = folder.write("source", bytes);
+    const std::string copy = folder / "copy";
+    const FailingCall failing("read", 2, EIO);
+    EXPECT_EQ(qelcomn_copy_file(source.c_str(), copy.c_str(), 1), 0);
+    EXPECT_EQ(errno, EIO);
+    EXPECT_EQ(readFile(copy).size(), 131072u);
+}
+
+TEST(CopyFile, FailedWrite_IsNotRepeated) {
+    const TemporaryFolder folder;
+    const std::string source = folder.write("source", std::string(200000, 'x'));
+    const std::string copy = folder / "copy";
+    const FailingCall failing("write", 2, EIO);
+    EXPECT_EQ(qelcomn_copy_file(source.c_str(), copy.c_str(), 1), 0);
+    EXPECT_EQ(errno, EIO);
+    EXPECT_EQ(readFile(copy).size(), 131072u);
+}
+
 TEST(CopyFile, RefusedOnlyAtTheClose_IsAFailure) {
-    EXPECT_TRUE(childPasses([] { // the stream itself stays open
+    EXPECT_TRUE(childPasses([] { // the descriptor itself stays open
         const TemporaryFolder folder;
         const std::string source = folder.write("source", "bytes");
-        const FailingCall failing("fclose", 1, EIO);
+        const FailingCall failing("close", 1, EIO);
         EXPECT_EQ(qelcomn_copy_file(source.c_str(), (folder / "copy").c_str(), 1), 0);
         EXPECT_TRUE(failing.wasReached());
         EXPECT_EQ(errno, EIO);
     }));
+}
+
+TEST(TreeDelete, NoMemoryForTheNames_LeavesTheFolderAndSaysSo) {
+    const TemporaryFolder folder;
+    ASSERT_EQ(mkdir((folder / "top").c_str(), 0700), 0);
+    const std::string top = folder / "top";
+    const std::string file = "top/" + std::string(100, 'n'); // more than a string has room for without memory
+    folder.write(file, "x");
+    EXPECT_EQ(runFailing({"operator new", 2, kUntouched}, [&] { return qelcomn_deltree(top.c_str()); }), -1);
+    EXPECT_EQ(runFailing({"operator new", 2, kUntouched}, [&] { return qelcomn_delsubtree(top.c_str()); }), -1);
+    EXPECT_EQ(readFile(folder / file), "x");
+    EXPECT_EQ(qelcomn_deltree(top.c_str()), 0);
+}
+
+TEST(TreeDelete, InterruptedOpening_IsMadeAgain) {
+    const TemporaryFolder folder;
+    ASSERT_EQ(mkdir((folder / "top").c_str(), 0700), 0);
+    folder.write("top/file", "x");
+    const FailingCall failing("openat64", 1, EINTR);
+    EXPECT_EQ(qelcomn_deltree((folder / "top").c_str()), 0);
+    EXPECT_TRUE(failing.wasReached());
 }
 
 } // namespace

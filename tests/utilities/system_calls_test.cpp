@@ -1,5 +1,6 @@
 // Tests that put functions of their own in the place of the system's, for what no file system here does on request:
-// telling which calls are made, passing entries over, and losing a race.
+// telling which calls are made and losing a race. Built once more over the walk of systems without calls that take an
+// open folder.
 
 #include "zorcomn/utilities.h"
 
@@ -24,10 +25,10 @@ namespace {
 
 /** What the functions below do; empty or zero: what the system does. */
 struct SystemCalls {
-    std::function<void(const char *path, mode_t mode)> onMkdir;    // called instead
-    std::function<void(const char *name, int flags)> beforeOpenat; // called before
-    int entriesPerPass = 0; // readdir ends after as many entries, until rewinddir
-    int entriesRead = 0;
+    std::function<void(const char *path, mode_t mode)> onMkdir; // called instead
+    std::function<void(const char *name)> beforeOpen;           // called before, as are the next
+    std::function<void(const char *name)> beforeRemoval;
+    std::function<void()> beforeRead;
 };
 SystemCalls g_calls;
 
@@ -51,15 +52,9 @@ int mkdir(const char *path, mode_t mode) {
 
 dirent *readdir(DIR *stream) {
     static const auto own = systemsOwn<dirent *(*)(DIR *)>("readdir", "readdir64");
-    if (g_calls.entriesPerPass > 0 && g_calls.entriesRead++ >= g_calls.entriesPerPass)
-        return nullptr;
+    if (g_calls.beforeRead)
+        g_calls.beforeRead();
     return own(stream);
-}
-
-void rewinddir(DIR *stream) noexcept {
-    static const auto own = systemsOwn<void (*)(DIR *)>("rewinddir", "rewinddir");
-    g_calls.entriesRead = 0;
-    own(stream);
 }
 
 int openat(int folder, const char *name, int flags, ...) {
@@ -68,9 +63,34 @@ int openat(int folder, const char *name, int flags, ...) {
     va_start(arguments, flags);
     const mode_t mode = flags & O_CREAT ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    if (g_calls.beforeOpenat)
-        g_calls.beforeOpenat(name, flags);
+    if (g_calls.beforeOpen)
+        g_calls.beforeOpen(name);
     return own(folder, name, flags, mode);
+}
+
+int open(const char *name, int flags, ...) {
+    static const auto own = systemsOwn<int (*)(const char *, int, mode_t)>("open", "open64");
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = flags & O_CREAT ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    if (g_calls.beforeOpen)
+        g_calls.beforeOpen(name);
+    return own(name, flags, mode);
+}
+
+int unlinkat(int folder, const char *name, int flags) noexcept {
+    static const auto own = systemsOwn<int (*)(int, const char *, int)>("unlinkat", "unlinkat");
+    if (g_calls.beforeRemoval)
+        g_calls.beforeRemoval(name);
+    return own(folder, name, flags);
+}
+
+int unlink(const char *name) noexcept {
+    static const auto own = systemsOwn<int (*)(const char *)>("unlink", "unlink");
+    if (g_calls.beforeRemoval)
+        g_calls.beforeRemoval(name);
+    return own(name);
 }
 
 } // extern "C"
@@ -118,14 +138,43 @@ TEST_F(MakeRecursiveDirectory, EachCountedSlash_IsOneCallInOrder_Kept) {
     EXPECT_EQ(madeFor("longname"), Paths());
 }
 
-TEST_F(SystemCallsTest, EntriesPassedOverWhileOthersGo_AreFoundInTheNextPass) {
+TEST_F(SystemCallsTest, NamesAreReadBeforeTheFirstGoes_SoThatNoneIsPassedOver) {
     const TemporaryFolder folder;
     std::filesystem::create_directory(folder / "top");
-    for (int i = 0; i < 10; ++i)
-        folder.write("top/" + std::to_string(i), "x");
-    g_calls.entriesPerPass = 5;
+    for (int i = 0; i < 2000; ++i)
+        folder.write("top/" + std::to_string(i), "");
+    int removals = 0, readsBehind = 0;
+    g_calls.beforeRemoval = [&](const char *) { ++removals; };
+    g_calls.beforeRead = [&] { readsBehind += removals > 0; };
     EXPECT_EQ(qelcomn_deltree((folder / "top").c_str()), 0);
+    EXPECT_GE(removals, 2000);
+    EXPECT_EQ(readsBehind, 0);
     EXPECT_FALSE(exists(folder / "top"));
+}
+
+// A writer that adds a file for each one that goes: a walk that looks again would go on for as long as it writes.
+TEST_F(SystemCallsTest, WhatIsAddedMeanwhile_StaysAndTheWalkEnds) {
+    const TemporaryFolder folder;
+    for (int32_t (*remove)(const char *) : {qelcomn_deltree, qelcomn_delsubtree}) {
+        std::filesystem::create_directories(folder / "top/sub");
+        for (const char *file : {"top/1", "top/2", "top/sub/1"})
+            folder.write(file, "x");
+        std::vector<std::string> added;
+        g_calls.beforeRemoval = [&](const char *name) {
+            if (added.size() >= 100 || std::strlen(name) != 1)
+                return;
+            added.push_back("top/added" + std::to_string(added.size()));
+            folder.write(added.back(), "x");
+        };
+        EXPECT_EQ(remove((folder / "top").c_str()), remove == qelcomn_deltree ? -1 : 1);
+        g_calls = SystemCalls();
+        EXPECT_EQ(added.size(), 3u);
+        for (const std::string &file : added)
+            EXPECT_TRUE(exists(folder / file)) << file;
+        EXPECT_FALSE(exists(folder / "top/1"));
+        EXPECT_FALSE(exists(folder / "top/sub"));
+        std::filesystem::remove_all(folder / "top");
+    }
 }
 
 TEST_F(SystemCallsTest, FolderReplacedByALink_IsNotEntered) {
@@ -134,7 +183,7 @@ TEST_F(SystemCallsTest, FolderReplacedByALink_IsNotEntered) {
     std::filesystem::create_directories(folder / "outside");
     folder.write("outside/file", "x");
     bool isReplaced = false;
-    g_calls.beforeOpenat = [&](const char *name, int) {
+    g_calls.beforeOpen = [&](const char *name) {
         if (isReplaced || std::strcmp(name, "victim") != 0)
             return;
         isReplaced = true;
@@ -153,7 +202,7 @@ TEST_F(SystemCallsTest, TopReplacedByALink_IsNotEntered) {
     for (int32_t (*remove)(const char *) : {qelcomn_deltree, qelcomn_delsubtree}) {
         std::filesystem::create_directories(folder / "top");
         bool isReplaced = false;
-        g_calls.beforeOpenat = [&](const char *name, int) {
+        g_calls.beforeOpen = [&](const char *name) {
             if (isReplaced || name != folder / "top")
                 return;
             isReplaced = true;

@@ -17,13 +17,25 @@ constexpr int kFirstOwnDescriptor = 3; // not one of the standard three, even wh
 /** Points standard output elsewhere. It is never left closed: the next file opened would become it, and diagnostics
  * would be written into that. */
 void redirectStandardOutput(bool toStandardError) {
-    const int nowhere = open("/dev/null", O_RDWR | O_CLOEXEC);
+    const int nowhere = open("/dev/null", O_RDWR); // open for a moment alone
     if (toStandardError || nowhere < 0)
         dup2(STDERR_FILENO, STDOUT_FILENO);
     else
         dup2(nowhere, STDOUT_FILENO);
     if (nowhere >= kFirstOwnDescriptor)
         close(nowhere);
+}
+
+/** A descriptor of standard output's file that commands run by the library do not inherit. In two steps, which every
+ * system knows: no thread of this program runs a command yet. */
+int ownStandardOutput() {
+    const int own = fcntl(STDOUT_FILENO, F_DUPFD, kFirstOwnDescriptor);
+    if (own < 0 || fcntl(own, F_SETFD, FD_CLOEXEC) == 0)
+        return own;
+    const int error = errno;
+    close(own);
+    errno = error;
+    return -1;
 }
 
 /** For a descriptor that somebody has set to return instead of waiting. */
@@ -35,7 +47,7 @@ void waitUntilWritable(int descriptor) {
 } // namespace
 
 OwnOutput::OwnOutput(bool passDiagnosticsOn)
-    : m_descriptor(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, kFirstOwnDescriptor)), m_error(m_descriptor < 0 ? errno : 0) {
+    : m_descriptor(ownStandardOutput()), m_error(m_descriptor < 0 ? errno : 0) {
     redirectStandardOutput(passDiagnosticsOn);
 }
 

@@ -1,6 +1,7 @@
 // Mounted file systems and their space.
 
 #include "source/platform/host.h"
+#include "source/platform/posix.h"
 
 #include <algorithm>
 #include <cstring>
@@ -13,7 +14,7 @@ namespace zor::host {
 namespace {
 
 MountedFileSystem describe(const struct statfs &mounted) {
-    return {std::string(mounted.f_mntonname, strnlen(mounted.f_mntonname, sizeof mounted.f_mntonname)),
+    return {std::string(mounted.f_mntonname, boundedLength(mounted.f_mntonname, sizeof mounted.f_mntonname)),
             static_cast<uint64_t>(mounted.f_bsize), static_cast<uint64_t>(mounted.f_blocks),
             static_cast<uint64_t>(mounted.f_bfree), (mounted.f_flags & MNT_LOCAL) != 0};
 }

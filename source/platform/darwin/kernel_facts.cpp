@@ -1,6 +1,7 @@
 // Facts that the kernel answers by number or name through sysctl.
 
 #include "source/platform/host.h"
+#include "source/platform/posix.h"
 
 #include <array>
 #include <cstring>
@@ -25,7 +26,7 @@ template <class Fact> std::optional<Fact> kernelFact(int area, int name) {
 
 /** The text in a zeroed buffer, up to its first zero; all of it where the kernel has filled it to the end. */
 template <size_t size> std::string textIn(const std::array<char, size> &buffer) {
-    return {buffer.data(), strnlen(buffer.data(), size)};
+    return {buffer.data(), boundedLength(buffer.data(), size)};
 }
 
 } // namespace

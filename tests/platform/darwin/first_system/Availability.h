@@ -1,0 +1,4 @@
+#pragma once
+
+// Builds the seam as for the oldest system that the library runs on.
+#define __MAC_OS_X_VERSION_MIN_REQUIRED 1050
