@@ -47,31 +47,57 @@ public:
     explicit InterfaceTable(const ifaddrs *entries) {
         for (const ifaddrs *entry = entries; entry; entry = entry->ifa_next)
             if (const auto address = host::linkLevelAddress(*entry))
-                m_links.emplace(nameOf(*entry), *address); // the first entry of a name stays
+                m_links.try_emplace(nameOf(*entry),
+                                    Link{*address, host::linkIndex(*entry)}); // the first of a name stays
     }
 
     const Facts &factsOf(const char *name) {
         const auto [found, isNew] = m_facts.try_emplace(name);
         if (isNew) {
-            found->second.index = if_nametoindex(name);
-            if (auto address = linkOf(name))
-                found->second.macAddress = hardwareAddressText(address->data());
+            if (Link *const link = linkOf(name)) {
+                // The index that if_nametoindex gives, without asking for each: a question takes three system calls.
+                found->second.index = link->index != 0 ? link->index : if_nametoindex(name);
+                found->second.macAddress = hardwareAddressText(link->address.data());
+            }
         }
         return found->second;
     }
 
 private:
-    std::optional<HardwareAddress> linkOf(const char *name) const {
+    struct Link {
+        HardwareAddress address;
+        unsigned int index; // 0: the list does not tell
+    };
+
+    Link *linkOf(std::string_view name) {
         if (const auto exact = m_links.find(name); exact != m_links.end())
-            return exact->second;
-        for (const auto &[linkName, address] : m_links) // an alias: at most one link can be its own
-            if (host::isSameInterface(linkName.data(), name))
-                return address;
-        return std::nullopt;
+            return &exact->second;
+        // An alias begins with its interface's name. Tried name by name, since there may be thousands of either.
+        for (size_t end = name.find(':'); end != std::string_view::npos; end = name.find(':', end + 1)) {
+            const auto found = m_links.find(name.substr(0, end));
+            if (found != m_links.end() && host::isSameInterface(found->first.data(), name.data()))
+                return &found->second;
+        }
+        return nullptr;
     }
 
-    std::unordered_map<std::string_view, HardwareAddress> m_links;
+    std::unordered_map<std::string_view, Link> m_links;
     std::unordered_map<std::string_view, Facts> m_facts;
+};
+
+/** Whether a datagram socket of a family can be opened. Asked again while it cannot; once it could, it counts for the
+ * enumeration, so that a thousand addresses do not open a thousand sockets. */
+class UsableFamilies {
+public:
+    bool has(sa_family_t family) {
+        bool &isUsable = family == AF_INET ? m_ipv4 : m_ipv6;
+        if (!isUsable)
+            isUsable = static_cast<bool>(openSocket(family, SOCK_DGRAM, 0));
+        return isUsable;
+    }
+
+private:
+    bool m_ipv4 = false, m_ipv6 = false;
 };
 
 const unsigned char *bytesAt(const sockaddr_storage &storage, size_t offset) {
@@ -124,14 +150,21 @@ bool isWanted(const ifaddrs &entry, bool includeLoopback) {
     return entry.ifa_addr->sa_family == AF_INET || entry.ifa_addr->sa_family == AF_INET6;
 }
 
+/** The address without its scope: the text is cut there, but to write the scope's name takes system calls. */
+sockaddr_storage withoutScopeNumber(sockaddr_storage address) {
+    if (address.ss_family == AF_INET6)
+        reinterpret_cast<sockaddr_in6 &>(address).sin6_scope_id = 0;
+    return address;
+}
+
 /** The record of an entry's address, or nothing when the entry lacks something. */
-std::optional<IPAddress> readAddress(const ifaddrs &entry) {
+std::optional<IPAddress> readAddress(const ifaddrs &entry, UsableFamilies &families) {
     const sa_family_t family = entry.ifa_addr->sa_family;
-    const sockaddr_storage stored = storedAddress(*entry.ifa_addr);
+    const sockaddr_storage stored = withoutScopeNumber(storedAddress(*entry.ifa_addr));
     auto address = hostText(reinterpret_cast<const sockaddr &>(stored), NI_NUMERICHOST);
     if (!address)
         return std::nullopt;
-    if (!openSocket(family, SOCK_DGRAM, 0)) // an address counts only while its family can be used
+    if (!families.has(family)) // an address counts only while its family can be used
         return std::nullopt;
     auto mask = maskText(entry);
     if (!mask)
@@ -156,11 +189,12 @@ std::optional<IPAddress> readAddress(const ifaddrs &entry) {
 
 bool addInterfaceEntries(const ifaddrs *entries, bool includeLoopback, NetInterfaceList &list) {
     InterfaceTable table(entries);
+    UsableFamilies families;
     bool added = false;
     for (const ifaddrs *entry = entries; entry; entry = entry->ifa_next) {
         if (!isWanted(*entry, includeLoopback))
             continue;
-        const auto address = readAddress(*entry);
+        const auto address = readAddress(*entry, families);
         const InterfaceTable::Facts &facts = table.factsOf(nameOf(*entry));
         if (!address || !facts.macAddress)
             continue;

@@ -84,6 +84,9 @@ std::optional<std::vector<std::optional<std::string>>> lookUpInPropertyList(cons
  * stated length; nothing when the entry is no link-level entry. */
 std::optional<std::array<uint8_t, 6>> linkLevelAddress(const ifaddrs &entry);
 
+/** The interface index that a link-level entry states; 0 when it states none. */
+unsigned int linkIndex(const ifaddrs &entry);
+
 /** Whether an interface list's link-level entry named linkName belongs to the entry named addressName, which may be an
  * alias of it where the system has such names. */
 bool isSameInterface(const char *linkName, const char *addressName);

@@ -318,6 +318,30 @@ TEST_F(Interfaces, SecondInitialize_AddsEverythingAgain_Kept) {
     EXPECT_EQ(textsOf(list, 4), (Texts{"10.0.0.1", "10.0.0.2", "10.0.0.1", "10.0.0.2"}));
 }
 
+TEST_F(Interfaces, IndexThatTheListTells_IsNotAskedFor) {
+    zor::host::fakeHost.linkIndex = [](const ifaddrs &entry) { return entry.ifa_name == std::string("en0") ? 4u : 0u; };
+    addEn0();
+    fakeNetwork.entries.addLink("en1", 0x11);
+    fakeNetwork.entries.addAddress("en0", kUp, "10.0.0.1", "255.0.0.0");
+    fakeNetwork.entries.addAddress("en1", kUp, "10.0.0.2", "255.0.0.0");
+    NetInterfaceList list(false);
+    EXPECT_NE(list.initialize(), 0u);
+    EXPECT_EQ(list.getIndexes(), (Indexes{4, 5}));
+    EXPECT_EQ(fakeNetwork.indexLookups, 1) << "of the one that the list does not tell";
+}
+
+TEST_F(Interfaces, ManyAddresses_OpenOneSocketForEachFamily) {
+    addEn0();
+    for (int i = 1; i <= 200; ++i) {
+        fakeNetwork.entries.addAddress("en0", kUp, ("10.0.0." + std::to_string(i)).c_str(), "255.0.0.0");
+        fakeNetwork.entries.addAddress("en0", kUp, ("2001:db8::" + std::to_string(i)).c_str(), "ffff::");
+    }
+    NetInterfaceList list(false);
+    EXPECT_NE(list.initialize(), 0u);
+    EXPECT_EQ(addressesOf(list, 4).size(), 400u);
+    EXPECT_EQ(fakeNetwork.socketsOpened, 2);
+}
+
 TEST_F(Interfaces, ThousandAddresses_NeedOneListAndOneIndexPerName) {
     addEn0();
     fakeNetwork.entries.addLink("en1", 0x11);

@@ -67,6 +67,10 @@ std::optional<std::array<uint8_t, 6>> linkLevelAddress(const ifaddrs &entry) {
     return bytes;
 }
 
+unsigned int linkIndex(const ifaddrs &entry) {
+    return fakeHost.linkIndex ? fakeHost.linkIndex(entry) : 0;
+}
+
 bool isSameInterface(const char *linkName, const char *addressName) {
     return fakeHost.isSameInterface ? fakeHost.isSameInterface(linkName, addressName)
                                     : std::strcmp(linkName, addressName) == 0;

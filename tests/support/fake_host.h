@@ -24,6 +24,7 @@ struct FakeHost {
     std::optional<int32_t> daylightShiftWithoutRules;
     std::optional<std::string> nisDomainName;
     std::function<std::optional<std::string>(const std::string &name)> officialHostName; // unset: knows no host
+    std::function<unsigned int(const ifaddrs &entry)> linkIndex;                         // unset: not told
     std::function<bool(const char *link, const char *address)> isSameInterface;          // unset: the same name
     std::function<size_t(const sockaddr &address)> socketAddressLength;                  // unset: by the family
     std::optional<std::vector<MountedFileSystem>> mountedFileSystems;

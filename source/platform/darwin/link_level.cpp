@@ -29,6 +29,12 @@ std::optional<std::array<uint8_t, 6>> linkLevelAddress(const ifaddrs &entry) {
     return bytes;
 }
 
+unsigned int linkIndex(const ifaddrs &entry) {
+    sockaddr_dl header = {};
+    std::memcpy(&header, entry.ifa_addr, offsetof(sockaddr_dl, sdl_data));
+    return header.sdl_index;
+}
+
 bool isSameInterface(const char *linkName, const char *addressName) {
     return std::strcmp(linkName, addressName) == 0;
 }

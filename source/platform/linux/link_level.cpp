@@ -21,6 +21,12 @@ std::optional<std::array<uint8_t, 6>> linkLevelAddress(const ifaddrs &entry) {
     return bytes;
 }
 
+unsigned int linkIndex(const ifaddrs &entry) {
+    sockaddr_ll address;
+    std::memcpy(&address, entry.ifa_addr, offsetof(sockaddr_ll, sll_addr));
+    return address.sll_ifindex > 0 ? static_cast<unsigned int>(address.sll_ifindex) : 0;
+}
+
 bool isSameInterface(const char *linkName, const char *addressName) {
     if (std::strcmp(linkName, addressName) == 0)
         return true;

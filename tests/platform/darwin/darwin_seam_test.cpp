@@ -236,6 +236,13 @@ TEST_F(DarwinSeam, ShortOrEmptyAddress_StillGivesSixBytes) {
     EXPECT_EQ(host::linkLevelAddress(LinkEntry("name that fills", "", 16).entry), Bytes{});
 }
 
+TEST_F(DarwinSeam, LinkIndex_IsTheRecordsOwn) {
+    LinkEntry entry("en0", kAddress, 20);
+    const uint16_t index = 1030;
+    std::memcpy(entry.record.data() + offsetof(sockaddr_dl, sdl_index), &index, sizeof index);
+    EXPECT_EQ(host::linkIndex(entry.entry), 1030u);
+}
+
 TEST_F(DarwinSeam, OtherEntries_HaveNoLinkLevelAddress) {
     ifaddrs none = {};
     EXPECT_FALSE(host::linkLevelAddress(none));

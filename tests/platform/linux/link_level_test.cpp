@@ -33,6 +33,17 @@ TEST(LinkLevelAddress, OtherFamilyOrNoAddress_GivesNothing) {
     EXPECT_EQ(zor::host::linkLevelAddress(entry), std::nullopt);
 }
 
+TEST(LinkIndex, PacketEntry_StatesIt) {
+    sockaddr_ll address = {};
+    address.sll_family = AF_PACKET;
+    ifaddrs entry = {};
+    entry.ifa_addr = reinterpret_cast<sockaddr *>(&address);
+    for (const int index : {0, 1, 70000}) {
+        address.sll_ifindex = index;
+        EXPECT_EQ(zor::host::linkIndex(entry), static_cast<unsigned int>(index));
+    }
+}
+
 TEST(IsSameInterface, EachPair_IsJudgedByTheNameBeforeTheColon) {
     constexpr struct {
         const char *link;
