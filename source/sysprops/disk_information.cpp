@@ -6,6 +6,8 @@
 #include "source/platform/posix.h"
 
 #include <cwchar>
+#include <set>
+#include <string>
 
 namespace {
 
@@ -52,9 +54,13 @@ bool ISysProps::GetDiskInformation(DiskInformation &info) {
         int count = 0;
         Space sum = {0.0, 0.0};
         decltype(info.FileSystems) found;
+        std::set<std::string> containers;
         for (const MountedFileSystem &mounted :
              zor::host::mountedFileSystems().value_or(std::vector<MountedFileSystem>())) {
             if (!counts(mounted))
+                continue;
+            // Each volume of a container has the container's whole space: the first stands for all of them.
+            if (!mounted.container.empty() && !containers.insert(mounted.container).second)
                 continue;
             const Space space = spaceOf(mounted);
             sum.totalMegabytes += space.totalMegabytes;

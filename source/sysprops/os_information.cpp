@@ -97,7 +97,8 @@ int leadingNumber(const std::string &text) {
 bool isServer(int major, int minor) {
     if (major <= 9)
         return false;
-    const char *const command = minor > 7 ? "serverinfo --productname" : "sw_vers -productName";
+    // Systems after the last server edition have no serverinfo, which is nobody's business to read about.
+    const char *const command = minor > 7 ? "serverinfo --productname 2>/dev/null" : "sw_vers -productName 2>/dev/null";
     return strcasestr(zor::commandOutput(command, kMaxProductNameBytes).value_or("").c_str(), "server") != nullptr;
 }
 
@@ -107,7 +108,7 @@ const wchar_t *bitMode(const std::string &machine) {
     if (machine.find("86") != std::string::npos)
         return L"0";
     const std::optional<std::string> answer =
-        zor::commandOutput("sysctl hw | grep 64bit | awk '{ print $2 }'", kMaxBitModeBytes);
+        zor::commandOutput("sysctl hw 2>/dev/null | grep 64bit | awk '{ print $2 }'", kMaxBitModeBytes);
     if (!answer)
         return L"-1";
     return leadingNumber(*answer) != 0 ? L"1" : L"0";

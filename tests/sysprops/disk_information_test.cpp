@@ -60,6 +60,26 @@ TEST_F(DiskTest, RemoteAndBlocklessFileSystems_DoNotCount) {
     EXPECT_EQ(info.FileSystems.size(), 1u);
 }
 
+TEST_F(DiskTest, VolumesOfOneContainer_CountOnce) {
+    std::vector<MountedFileSystem> mounted = {disk("/", 1000, 573), disk("/System/Volumes/Data", 1000, 573),
+                                              disk("/Volumes/Other", 100, 59), disk("/Volumes/Old", 100, 54)};
+    mounted[0].container = mounted[1].container = "/dev/disk3";
+    mounted[2].container = "/dev/disk5";
+    const DiskInformation info = collect(mounted);
+    EXPECT_EQ(info.NumberOfFileSystems, L"3");
+    EXPECT_EQ(info.TotalDiskSpace, L"1200.00");
+    EXPECT_EQ(info.FreeDiskSpace, L"660.00");
+    EXPECT_EQ(info.FileSystems, (Table{{L"/", {L"1000.00", L"550.00"}},
+                                       {L"/Volumes/Old", {L"100.00", L"50.00"}},
+                                       {L"/Volumes/Other", {L"100.00", L"55.00"}}}));
+}
+
+TEST_F(DiskTest, VolumeThatDoesNotCount_StandsForNoContainer) {
+    std::vector<MountedFileSystem> mounted = {disk("/odd", 0, 0), disk("/", 100, 59)};
+    mounted[0].container = mounted[1].container = "/dev/disk3";
+    EXPECT_EQ(collect(mounted).NumberOfFileSystems, L"1");
+}
+
 TEST_F(DiskTest, NoDisk_GivesZeros) {
     const DiskInformation info = collect({});
     EXPECT_EQ(info.NumberOfFileSystems, L"0");

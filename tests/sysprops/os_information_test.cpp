@@ -178,6 +178,18 @@ TEST_F(OSTest, ServerInTheProductName_MakesAServer) {
     }
 }
 
+TEST_F(OSTest, CommandThatDoesNotExist_IsSilent) {
+    for (const char *name : {"sw_vers", "serverinfo", "sysctl"})
+        unlink((m_folder / name).c_str());
+    for (const char *version : {"10.7", "10.8"}) {
+        setVersion(version, "B");
+        testing::internal::CaptureStderr();
+        const OSInformation info = collect("ppc");
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+        EXPECT_EQ(info.OSPlatform, L"Workstation");
+    }
+}
+
 TEST_F(OSTest, MachineType_DecidesTheBitMode) {
     setVersion("9.2", "B");
     constexpr struct {

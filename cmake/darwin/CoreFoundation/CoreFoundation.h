@@ -23,13 +23,26 @@ typedef const struct __CFString *CFStringRef;
 typedef const struct __CFDictionary *CFDictionaryRef;
 typedef CFTypeRef CFPropertyListRef;
 
+typedef CFIndex CFPropertyListFormat;
+typedef struct __CFError *CFErrorRef;
+
 enum { kCFPropertyListImmutable = 0 };
 #define kCFStringEncodingUTF8 ((CFStringEncoding)0x08000100)
 extern const CFAllocatorRef kCFAllocatorDefault;
 
 CFDataRef CFDataCreate(CFAllocatorRef allocator, const UInt8 *bytes, CFIndex length);
-CFPropertyListRef CFPropertyListCreateFromXMLData(CFAllocatorRef allocator, CFDataRef xmlData,
-                                                  CFOptionFlags mutabilityOption, CFStringRef *errorString);
+#ifdef __APPLE__
+__attribute__((availability(macos, introduced = 10.0, deprecated = 10.10)))
+#endif
+CFPropertyListRef
+CFPropertyListCreateFromXMLData(CFAllocatorRef allocator, CFDataRef xmlData, CFOptionFlags mutabilityOption,
+                                CFStringRef *errorString);
+#ifdef __APPLE__
+__attribute__((availability(macos, introduced = 10.6)))
+#endif
+CFPropertyListRef
+CFPropertyListCreateWithData(CFAllocatorRef allocator, CFDataRef data, CFOptionFlags options,
+                             CFPropertyListFormat *format, CFErrorRef *error);
 CFTypeID CFGetTypeID(CFTypeRef object);
 CFTypeID CFDictionaryGetTypeID(void);
 CFTypeID CFStringGetTypeID(void);

@@ -1,10 +1,8 @@
 // Facts that the kernel answers by number or name through sysctl.
 
 #include "source/platform/host.h"
-#include "source/platform/posix.h"
 
-#include <array>
-#include <cstring>
+#include "source/platform/darwin/text_field.h"
 
 #include <sys/sysctl.h>
 #include <sys/time.h>
@@ -22,11 +20,6 @@ template <class Fact> std::optional<Fact> kernelFact(int area, int name) {
     if (sysctl(path, 2, &fact, &length, nullptr, 0) != 0 || length != sizeof fact)
         return std::nullopt;
     return fact;
-}
-
-/** The text in a zeroed buffer, up to its first zero; all of it where the kernel has filled it to the end. */
-template <size_t size> std::string textIn(const std::array<char, size> &buffer) {
-    return {buffer.data(), boundedLength(buffer.data(), size)};
 }
 
 } // namespace
@@ -47,18 +40,18 @@ std::optional<int64_t> bootTimeSeconds() {
 }
 
 std::optional<std::string> hardwareModel() {
-    std::array<char, 256> model = {};
-    size_t length = model.size();
-    if (sysctlbyname("hw.model", model.data(), &length, nullptr, 0) != 0)
+    char model[256] = {};
+    size_t length = sizeof model;
+    if (sysctlbyname("hw.model", model, &length, nullptr, 0) != 0)
         return std::nullopt;
     return textIn(model);
 }
 
 std::optional<std::string> nisDomainName() {
     int path[] = {CTL_KERN, KERN_NISDOMAINNAME};
-    std::array<char, 4096> domain = {};
-    size_t length = domain.size() / 2;
-    if (sysctl(path, 2, domain.data(), &length, nullptr, 0) != 0)
+    char domain[4096] = {};
+    size_t length = sizeof domain / 2;
+    if (sysctl(path, 2, domain, &length, nullptr, 0) != 0)
         return std::nullopt;
     return textIn(domain);
 }

@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include <AvailabilityMacros.h>
 #include <CoreFoundation/CoreFoundation.h>
 
 namespace zor::host {
@@ -40,8 +41,12 @@ Owned parse(const std::string &bytes) {
                                   static_cast<CFIndex>(bytes.size())));
     if (!data)
         return nullptr;
-    return Owned(CFPropertyListCreateFromXMLData(kCFAllocatorDefault, static_cast<CFDataRef>(data.get()),
-                                                 kCFPropertyListImmutable, nullptr));
+    const auto list = static_cast<CFDataRef>(data.get());
+#if MAC_OS_X_VERSION_MIN_REQUIRED >= 1060
+    return Owned(CFPropertyListCreateWithData(kCFAllocatorDefault, list, kCFPropertyListImmutable, nullptr, nullptr));
+#else
+    return Owned(CFPropertyListCreateFromXMLData(kCFAllocatorDefault, list, kCFPropertyListImmutable, nullptr));
+#endif
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include <TargetConditionals.h>
 #include <ifaddrs.h>
 #include <net/if_dl.h>
 #include <sys/socket.h>
@@ -37,8 +38,24 @@ struct statfs volume(const char *mountPoint, uint32_t flags) {
     record.f_bfree = 146688;
     record.f_bavail = 1000;
     record.f_flags = flags;
+    record.f_fsid.val[0] = 7;
     std::memcpy(record.f_mntonname, mountPoint, std::strlen(mountPoint));
     return record;
+}
+
+/** The system with these mounts, each of which tells its space as it is listed. */
+void mountAll(const std::vector<struct statfs> &mounted) {
+    fakeCalls.mounted = mounted;
+    for (const struct statfs &record : mounted)
+        fakeCalls.space[record.f_mntonname] = record;
+}
+
+std::string containerOf(const char *type, const char *device) {
+    struct statfs record = volume("/", MNT_LOCAL);
+    std::memcpy(record.f_fstypename, type, std::strlen(type));
+    std::memcpy(record.f_mntfromname, device, std::strlen(device));
+    mountAll({record});
+    return host::mountedFileSystems()->at(0).container;
 }
 
 /** An interface entry whose link-level record ends where its own length says. */
@@ -132,6 +149,16 @@ TEST_F(DarwinSeam, FreeMemory_NeedsBothCalls) {
     EXPECT_FALSE(host::freeMemory());
 }
 
+#if TARGET_CPU_ARM64
+TEST_F(DarwinSeam, ProcessorThatGestaltHasNoNumbersFor_IsNotKnown) {
+    EXPECT_FALSE(host::architectureCode());
+    EXPECT_FALSE(host::processorCode()) << "nor is it a 68000";
+    fakeCalls.namedFacts["hw.cpufrequency"] = bytesOf<int64_t>(3200000000);
+    EXPECT_EQ(host::processorClockHertz(), 3200000000);
+    fakeCalls.namedFacts["hw.cpufrequency"] = bytesOf<int32_t>(24000000);
+    EXPECT_FALSE(host::processorClockHertz());
+}
+#else
 TEST_F(DarwinSeam, Gestalt_AnswersUnderItsSelectors) {
     fakeCalls.gestalt[code("sysa")] = 2;
     fakeCalls.gestalt[code("cput")] = 0x10C;
@@ -150,6 +177,7 @@ TEST_F(DarwinSeam, ClockAboveTwoToThe31_StaysPositive) {
     fakeCalls.gestalt[code("pclk")] = static_cast<int32_t>(2500000000u);
     EXPECT_EQ(host::processorClockHertz(), 2500000000);
 }
+#endif
 
 TEST_F(DarwinSeam, PropertyList_GivesTextsAndGaps) {
     fakeCalls.dictionary = Texts{{"ProductVersion", "10.4.11"}, {"Other", "x"}};
@@ -181,7 +209,7 @@ TEST_F(DarwinSeam, PropertyList_FailsWhereAnythingIsWrong) {
 }
 
 TEST_F(DarwinSeam, FileSystems_AreDescribed) {
-    fakeCalls.mounted = {volume("/", MNT_LOCAL), volume("/net", 0)};
+    mountAll({volume("/", MNT_LOCAL), volume("/net", 0)});
     const auto mounted = host::mountedFileSystems();
     ASSERT_TRUE(mounted);
     ASSERT_EQ(mounted->size(), 2u);
@@ -190,18 +218,77 @@ TEST_F(DarwinSeam, FileSystems_AreDescribed) {
     EXPECT_EQ((*mounted)[0].blocks, 256000u);
     EXPECT_EQ((*mounted)[0].freeBlocks, 146688u);
     EXPECT_TRUE((*mounted)[0].isLocal);
+    EXPECT_EQ((*mounted)[0].container, "");
     EXPECT_FALSE((*mounted)[1].isLocal);
+}
+
+TEST_F(DarwinSeam, LocalFileSystems_AreAskedAnewAndNoOther) {
+    struct statfs grown = volume("/", MNT_LOCAL);
+    grown.f_blocks = 0x123456789AB;
+    grown.f_bfree = 5;
+    fakeCalls.mounted = {volume("/", MNT_LOCAL), volume("/dead/server", 0)};
+    fakeCalls.space["/"] = grown;
+    const auto mounted = host::mountedFileSystems();
+    ASSERT_TRUE(mounted);
+    ASSERT_EQ(mounted->size(), 2u);
+    EXPECT_EQ((*mounted)[0].blocks, 0x123456789ABu);
+    EXPECT_EQ((*mounted)[0].freeBlocks, 5u);
+    EXPECT_EQ((*mounted)[1].freeBlocks, 146688u);
+    EXPECT_EQ(fakeCalls.askedForSpace, std::vector<std::string>{"/"});
+}
+
+TEST_F(DarwinSeam, LocalFileSystemThatFails_IsPassedOver) {
+    mountAll({volume("/", MNT_LOCAL), volume("/broken", MNT_LOCAL)});
+    fakeCalls.space.erase("/broken");
+    fakeCalls.spaceError = EIO;
+    const auto mounted = host::mountedFileSystems();
+    ASSERT_TRUE(mounted);
+    ASSERT_EQ(mounted->size(), 1u);
+    EXPECT_EQ((*mounted)[0].mountPoint, "/");
+}
+
+TEST_F(DarwinSeam, LocalFileSystemThatNoPathLeadsTo_IsAsTheTableHasIt) {
+    struct statfs cover = volume("/covered", MNT_LOCAL);
+    cover.f_fsid.val[1] = 1;
+    cover.f_bfree = 1;
+    fakeCalls.mounted = {volume("/covered", MNT_LOCAL), volume("/closed", MNT_LOCAL)};
+    fakeCalls.space["/covered"] = cover;
+    fakeCalls.spaceError = EACCES;
+    const auto mounted = host::mountedFileSystems();
+    ASSERT_TRUE(mounted);
+    ASSERT_EQ(mounted->size(), 2u);
+    EXPECT_EQ((*mounted)[0].freeBlocks, 146688u);
+    EXPECT_EQ((*mounted)[1].freeBlocks, 146688u);
+}
+
+TEST_F(DarwinSeam, VolumesOfApfs_NameTheirContainer) {
+    EXPECT_EQ(containerOf("apfs", "/dev/disk3s1"), "/dev/disk3");
+    EXPECT_EQ(containerOf("apfs", "/dev/disk3s1s1"), "/dev/disk3") << "the sealed snapshot of a system volume";
+    EXPECT_EQ(containerOf("apfs", "of /dev/disk9s1@/dev/disk13s5"), "/dev/disk13") << "a snapshot by its name";
+    EXPECT_EQ(containerOf("apfs", "/dev/disk3"), "/dev/disk3");
+    EXPECT_EQ(containerOf("apfs", "/dev/disk"), "");
+    EXPECT_EQ(containerOf("apfs", "map auto"), "");
+    EXPECT_EQ(containerOf("hfs", "/dev/disk3s1"), "") << "partitions share nothing";
+    EXPECT_EQ(containerOf("apfsx", "/dev/disk3s1"), "");
+    EXPECT_EQ(containerOf("", ""), "");
+}
+
+TEST_F(DarwinSeam, LongMountPoint_IsWhole) {
+    const std::string deep = "/" + std::string(1022, 'x');
+    mountAll({volume(deep.c_str(), MNT_LOCAL)});
+    EXPECT_EQ(host::mountedFileSystems()->at(0).mountPoint, deep);
 }
 
 TEST_F(DarwinSeam, MountPointWithoutTerminator_EndsWithItsField) {
     struct statfs full = volume("/", MNT_LOCAL);
     std::memset(full.f_mntonname, 'x', sizeof full.f_mntonname);
     fakeCalls.mounted = {full};
+    fakeCalls.space[std::string(1024, 'x')] = full;
     EXPECT_EQ(host::mountedFileSystems()->at(0).mountPoint, std::string(1024, 'x'));
 }
 
 TEST_F(DarwinSeam, MountsBetweenTheTwoCalls_StayWithinTheRecords) {
-    fakeCalls.mounted = {volume("/", MNT_LOCAL), volume("/b", MNT_LOCAL)};
+    mountAll({volume("/", MNT_LOCAL), volume("/b", MNT_LOCAL)});
     fakeCalls.mountedAtSecondCall = 1;
     EXPECT_EQ(host::mountedFileSystems()->size(), 1u) << "one came: no room was made for it";
     fakeCalls.mountedAtSecondCall = -1;
@@ -211,8 +298,8 @@ TEST_F(DarwinSeam, MountsBetweenTheTwoCalls_StayWithinTheRecords) {
 }
 
 TEST_F(DarwinSeam, Space_IsWhatUsersMayHave) {
-    fakeCalls.space = volume("/", MNT_LOCAL);
-    const auto space = host::fileSystemSpace("/");
+    fakeCalls.space["/there"] = volume("/", MNT_LOCAL);
+    const auto space = host::fileSystemSpace("/there");
     ASSERT_TRUE(space);
     EXPECT_EQ(space->blockSizeBytes, 4096u);
     EXPECT_EQ(space->availableBlocks, 1000u);

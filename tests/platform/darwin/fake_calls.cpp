@@ -8,8 +8,10 @@
 #include <cstdlib>
 #include <cstring>
 
-#include <Carbon/Carbon.h>
+#include <AvailabilityMacros.h>
 #include <CoreFoundation/CoreFoundation.h>
+#include <CoreServices/CoreServices.h>
+#include <TargetConditionals.h>
 #include <cassert>
 #include <mach/mach.h>
 #include <netdb.h>
@@ -79,9 +81,7 @@ mach_port_t mach_host_self() {
     ++fakeCalls.hostPorts;
     return 7;
 }
-mach_port_t mach_task_self() {
-    return 3;
-}
+mach_port_t mach_task_self_ = 3;
 kern_return_t mach_port_deallocate(mach_port_t task, mach_port_t name) {
     fakeCalls.hostPorts -= task == 3 && name == 7;
     return KERN_SUCCESS;
@@ -99,6 +99,7 @@ kern_return_t host_statistics(mach_port_t, int flavor, host_info_t info, mach_ms
     return KERN_SUCCESS;
 }
 
+#if !TARGET_CPU_ARM64
 OSErr Gestalt(OSType selector, SInt32 *response) {
     const auto found = fakeCalls.gestalt.find(selector);
     if (found == fakeCalls.gestalt.end())
@@ -106,6 +107,7 @@ OSErr Gestalt(OSType selector, SInt32 *response) {
     *response = static_cast<SInt32>(found->second);
     return noErr;
 }
+#endif
 
 const CFAllocatorRef kCFAllocatorDefault = nullptr;
 
@@ -115,7 +117,12 @@ CFDataRef CFDataCreate(CFAllocatorRef, const UInt8 *bytes, CFIndex length) {
     return reinterpret_cast<CFDataRef>(
         create(kData, std::string(reinterpret_cast<const char *>(bytes), static_cast<size_t>(length))));
 }
+#if MAC_OS_X_VERSION_MIN_REQUIRED >= 1060
+CFPropertyListRef CFPropertyListCreateWithData(CFAllocatorRef, CFDataRef, CFOptionFlags, CFPropertyListFormat *,
+                                               CFErrorRef *) {
+#else
 CFPropertyListRef CFPropertyListCreateFromXMLData(CFAllocatorRef, CFDataRef, CFOptionFlags, CFStringRef *) {
+#endif
     if (!fakeCalls.dictionary)
         return nullptr;
     auto *root = const_cast<Object *>(create(fakeCalls.rootIsText ? kText : kDictionary, ""));
@@ -158,7 +165,7 @@ void CFRelease(CFTypeRef reference) {
 }
 
 int getfsstat(struct statfs *records, int bytes, int flags) {
-    if (!fakeCalls.mounted || flags != MNT_WAIT || (records && fakeCalls.secondCallFails))
+    if (!fakeCalls.mounted || flags != MNT_NOWAIT || (records && fakeCalls.secondCallFails))
         return -1;
     const int mounted = static_cast<int>(fakeCalls.mounted->size());
     if (!records)
@@ -167,12 +174,14 @@ int getfsstat(struct statfs *records, int bytes, int flags) {
     std::copy_n(fakeCalls.mounted->begin(), std::min(room, mounted), records);
     return std::min(room, mounted);
 }
-int statfs(const char *, struct statfs *record) {
-    if (!fakeCalls.space) {
-        errno = ENOENT;
+int statfs(const char *path, struct statfs *record) {
+    fakeCalls.askedForSpace.push_back(path);
+    const auto found = fakeCalls.space.find(path);
+    if (found == fakeCalls.space.end()) {
+        errno = fakeCalls.spaceError;
         return -1;
     }
-    *record = *fakeCalls.space;
+    *record = found->second;
     return 0;
 }
 

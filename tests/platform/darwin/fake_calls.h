@@ -2,6 +2,7 @@
 
 // What the made-up system calls answer; each test sets what it needs and starts from a system where every call fails.
 
+#include <cerrno>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -11,7 +12,8 @@
 
 #include <gtest/gtest.h>
 
-#include "sys/mount.h"
+#define _DARWIN_USE_64_BIT_INODE 1 // as the seam has it
+#include <sys/mount.h>
 
 namespace zor::test {
 
@@ -37,7 +39,9 @@ struct FakeCalls {
     std::optional<std::vector<struct statfs>> mounted;
     int mountedAtSecondCall = 0; // how many more (or fewer, if negative) the second call finds
     bool secondCallFails = false;
-    std::optional<struct statfs> space;
+    std::map<std::string, struct statfs> space; // what statfs answers, by path; it fails with spaceError otherwise
+    int spaceError = ENOENT;
+    std::vector<std::string> askedForSpace;
 };
 
 extern FakeCalls fakeCalls;

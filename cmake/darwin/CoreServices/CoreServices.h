@@ -1,6 +1,6 @@
 #pragma once
 
-/* The one call of Carbon that the seam uses; see CoreFoundation.h beside it. */
+/* The one call of CoreServices that the seam uses; see CoreFoundation.h beside it. */
 
 #include <stdint.h>
 
@@ -17,6 +17,9 @@ typedef long SInt32;
 #endif
 enum { noErr = 0 };
 
+#ifdef __APPLE__
+__attribute__((availability(macos, introduced = 10.0, deprecated = 10.8)))
+#endif
 OSErr Gestalt(OSType selector, SInt32 *response);
 
 #ifdef __cplusplus
