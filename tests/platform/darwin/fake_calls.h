@@ -12,7 +12,6 @@
 
 #include <gtest/gtest.h>
 
-#define _DARWIN_USE_64_BIT_INODE 1 // as the seam has it
 #include <sys/mount.h>
 
 namespace zor::test {
