@@ -25,7 +25,7 @@ template <class Fact> std::string bytesOf(const Fact &fact) {
     return {reinterpret_cast<const char *>(&fact), sizeof fact};
 }
 
-constexpr uint32_t code(const char (&name)[5]) {
+[[maybe_unused]] constexpr uint32_t code(const char (&name)[5]) {
     return static_cast<uint32_t>(static_cast<unsigned char>(name[0])) << 24 |
            static_cast<uint32_t>(static_cast<unsigned char>(name[1])) << 16 |
            static_cast<uint32_t>(static_cast<unsigned char>(name[2])) << 8 | static_cast<unsigned char>(name[3]);
