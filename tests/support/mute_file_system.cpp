@@ -1,5 +1,7 @@
 #include "tests/support/mute_file_system.h"
 
+#include "tests/support/emulator.h"
+
 #include <csignal>
 #include <cstring>
 #include <utility>
@@ -54,6 +56,10 @@ MuteFileSystem::MuteFileSystem(const std::string &path, Requests requests, const
     if (m_server == 0)
         serve();
     close(std::exchange(m_device, -1)); // the server's end is the end
+}
+
+bool MuteFileSystem::canAnswer() {
+    return underEmulator({}).empty();
 }
 
 MuteFileSystem::~MuteFileSystem() {

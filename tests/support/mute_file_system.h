@@ -27,6 +27,8 @@ public:
     MuteFileSystem(const MuteFileSystem &) = delete;
     MuteFileSystem &operator=(const MuteFileSystem &) = delete;
 
+    /** Whether requests can be answered: not under an emulator, whose byte order may be another than the kernel's. */
+    static bool canAnswer();
     bool isMounted() const { return m_isMounted; }
     void mute() { *m_isMute = true; }
 

@@ -295,17 +295,6 @@ TEST_F(OSTest, VersionFileOfAnySize_IsReadWhole) {
     EXPECT_EQ(collect().OSVersion, L"10.4.11");
 }
 
-TEST_F(OSTest, VersionFileThatMemoryDoesNotHold_Fails) {
-    const std::string huge = m_folder.write("huge", "x");
-    if (truncate(huge.c_str(), 1ll << 43) != 0)
-        GTEST_SKIP() << "the file system here holds no file of that size";
-    OSInformation info;
-    EXPECT_FALSE(zor::guarded(false, [&] { return collectOSInformation(huge.c_str(), "ppc", info); }));
-    EXPECT_EQ(info.PlatformID, L"MAC");
-    EXPECT_EQ(info.OSVersion, L"N/A");
-    EXPECT_EQ(log(), "") << "no command is run";
-}
-
 TEST_F(OSTest, VersionFileOfALateDate_IsRead) {
     if (std::system(("touch -d 2100-01-01 '" + m_versionFile + "'").c_str()) != 0)
         GTEST_SKIP() << "the file system here holds no such date";

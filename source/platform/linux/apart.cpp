@@ -45,7 +45,7 @@ std::atomic<pid_t> lingering[kMaxLingering];
 
 /** Whether the process is gone; also when it is not ours, or no longer. */
 bool isGone(pid_t process) {
-    return wait4(process, nullptr, __WCLONE | WNOHANG, nullptr) != 0;
+    return wait4(process, nullptr, static_cast<int>(__WCLONE) | WNOHANG, nullptr) != 0;
 }
 
 /** Whether there is a place for one more, once those that are gone have left theirs. */

@@ -91,7 +91,8 @@ TEST(AskApart, Process_ShowsInNoWaitAndSendsNoSignal) {
         EXPECT_TRUE(zor::test::eventually([] {
             askApart(answerOk, 2, kPatience);
             siginfo_t ended;
-            return waitid(P_ALL, 0, &ended, WEXITED | WNOHANG | WNOWAIT | __WALL) == -1 && errno == ECHILD;
+            return waitid(P_ALL, 0, &ended, WEXITED | WNOHANG | WNOWAIT | static_cast<int>(__WALL)) == -1 &&
+                   errno == ECHILD;
         }));
     }));
 }
