@@ -186,17 +186,21 @@ ZORCOMN_API void qeLL2_XRemove(qeLL2Node *node);
  * it held, for a walk:
  *
  *     qeLLNode *node = qeSLL_XGetHead(list, 0, 1);
+ *     if ((uintptr_t)node == UINTPTR_MAX)
+ *         return; // not taken: nothing to walk, and nothing to release
  *     for (; !qeLL_XIsEnd(node); node = qeLL_XGetNext(node))
  *         look(node);
  *     qeSLL_LockRelease(list);
  *
- * To change a list during its walk, get the head exclusively and use the X operations above, which do not lock. The
- * owner of the exclusive lock may also call the operations here; a thread that holds the lock shared may not, except
- * for the get-head and the emptiness test: it would wait for itself.
+ * With qeSLL2_XGetHead, 'not taken' is null. To change a list during its walk, get the head exclusively and use the X
+ * operations above, which do not lock. The owner of the exclusive lock may also call the operations here; a thread that
+ * holds the lock shared may not: it would wait for itself, in the get-head and the emptiness test as soon as an
+ * exclusive request is queued, in the others always. It may get the head without waiting (wait 0).
  *
  * A thread must be attached (qeSO_ThreadAttach). One that is not finds a free list as everybody does; while somebody
- * holds the list's lock, its request is not carried out: nothing is inserted, nothing removed, the list seems empty,
- * and nErrno is 22. The same holds, without nErrno, for a list without a lock, as Uninit leaves it.
+ * holds the list's lock, its request is not carried out where it would have to wait: nothing is inserted, nothing
+ * removed, the list seems empty, and nErrno is 22. The same holds, without nErrno, for a list without a lock, as Uninit
+ * leaves it.
  *
  * Threads: any number may call any operation on one list, but for Init, Uninit and Release, during which nobody else
  * may use it. Waiting may be cancelled; what is cancelled has not happened. */
@@ -380,13 +384,17 @@ ZORCOMN_API void qeSL_Release(volatile int32_t *cell);
  *
  * Before: the process calls qeSO_ProcessAttach once, then each thread qeSO_ThreadAttach, which gives it a token: an
  * event that it sleeps on while it waits. After: each thread calls qeSO_ThreadDetach when it holds no lock any more,
- * and the process qeSO_ProcessDetach when no thread is attached. Attach threads of your own making only (pthreads and
- * the like): when a thread that qelBeginThread started ends, all thread-local indices of the process go with it, this
- * one too, and from then on every thread is as one that never attached.
+ * and the process qeSO_ProcessDetach when no thread is attached.
+ *
+ * When a thread that qelBeginThread or qelCreateThread started ends, all thread-local indices of the process are freed,
+ * this one too, and qeSO_GetThread then answers all-ones. An attached thread keeps its token for locks and lists all
+ * the same, until it detaches (qeSO_ThreadDetach, qeSO_ThreadAttachX) or ends. But nobody can attach any more: the
+ * process must call qeSO_ProcessAttach again; an attached thread that attaches again stores its token anew.
  *
  * A thread without a token may take what is free, and may share what others share. It owns nothing: an exclusive hold
- * of its own is one without an owner, so it does not recurse and does not keep readers of the starve-exclusive kind
- * out; and it cannot wait: where others would, it gets 0 and nErrno 22.
+ * of its own is one without an owner, as if it were shared. It keeps out exclusive requests, and such shared ones of
+ * the wait-for-exclusive kind as find an exclusive one queued; it keeps out no other reader, and it does not recurse.
+ * Such a thread cannot wait: where others would, it gets 0 and nErrno 22.
  *
  * Policies. An exclusive request that must wait goes before all shared ones, and of two the later one goes first.
  * Shared requests of the starve-exclusive kind enter beside readers whoever waits, so a stream of them keeps writers
@@ -396,12 +404,18 @@ ZORCOMN_API void qeSL_Release(volatile int32_t *cell);
  *
  * Threads: any number may call any operation on one lock, except that nobody may use it during and after qeSO_Release.
  * A thread may be cancelled while it waits (the wait is a cancellation point): its request is withdrawn. The operations
- * are no cancellation points otherwise. Not for signal handlers, nor for a forked child of a process with other
- * threads.
+ * are no cancellation points otherwise; callbacks run with cancellation held off. Not for signal handlers.
+ *
+ * Forks: in a child, the thread that forked keeps its token and its holds. A lock or a list that other threads were
+ * using at the fork is as they left it, for good: their holds are never released, their requests stay queued (a release
+ * may hand the lock to one), and if one was inside an operation, the spin lock may be held. Such locks are not for the
+ * child; all others, and new ones, are.
  */
 
 /** Told about a lock by number. Runs while the lock's spin lock is held: it must be short, must not wait, and must not
- * use the same lock in any way, nor a list that carries it (other locks and events may be used).
+ * use the same lock in any way, nor a list that carries it. Other locks may be taken without waiting, and released, in
+ * one order only: a callback of lock A that uses B, and one of B that uses A, spin for ever when they meet; and so does
+ * a release of B in a callback of A whose own callbacks use A. Events may be set.
  * @param first   the first argument of the registration.
  * @param event   4352 (0x1100): the lock is free; 4354 (0x1102): the registration is being withdrawn.
  * @param second  the second argument of the registration.
@@ -418,22 +432,27 @@ typedef uint32_t (*qeSONotify)(uint32_t first, uint32_t event, uint32_t second, 
  */
 ZORCOMN_API uint32_t qeSO_ProcessAttach(void);
 
-/** Frees the thread-local index and stores all-ones in qeSO_tls_index. Tokens of threads still attached are lost.
+/** Frees the thread-local index and stores all-ones in qeSO_tls_index. Threads still attached keep their tokens for
+ * locks and lists until they detach, as after the end of a library thread.
  * @return 1; 0 when there was no index to free.
  * Error cell: nErrno = 22 when there was none.  Threads: from one thread, after others have detached.  Owns: nothing.
  */
 ZORCOMN_API int32_t qeSO_ProcessDetach(void);
 
-/** Gives the calling thread a token, if it has none.
- * @return 1 when it got one now; the token itself when it had one already; 0 when it could not get one.
- * Error cell: nErrno = 22 without an index (qeSO_ProcessAttach), 12 when memory runs out.  Threads: safe.  Owns: the
- * token is the library's until qeSO_ThreadDetach; a thread that ends without it leaves its event behind.
+/** Gives the calling thread a token, if the index holds none for it: a new event, or the one that it attached with
+ * before if the index was freed since.
+ * @return 1 when it was stored now; the token itself when it was there already; 0 when that failed.
+ * Error cell: nErrno = 22 without an index (qeSO_ProcessAttach), 12 when memory for the event runs out, untouched when
+ * something of the system's is short.  Threads: safe.  Owns: the token is the library's until qeSO_ThreadDetach; a
+ * thread that ends without it leaves its event behind, so that no other thread gets the token by which a lock may still
+ * name its owner.
  */
 ZORCOMN_API uintptr_t qeSO_ThreadAttach(void);
 
 /** Closes the calling thread's event and takes its token away. It must hold no lock: locks know their owner by it, and
  * another thread may get the same token later.
- * @return 1, also when there was no token; 0 when that cannot be stored: the thread then keeps its token and its event.
+ * @return 1, also when there was no token; 0 when that cannot be stored: without an index the thread has detached all
+ *         the same, else it keeps its token and its event.
  * Error cell: nErrno = 22 without an index.  Threads: safe.  Owns: nothing.
  */
 ZORCOMN_API int32_t qeSO_ThreadDetach(void);
@@ -449,8 +468,9 @@ ZORCOMN_API void qeSO_ThreadAttachX(void);
  */
 ZORCOMN_API void qeSO_ThreadDetachX(void);
 
-/** The calling thread's token: the handle of its event. Whoever sets that event does not end a wait for a lock.
- * @return the token; all-ones when the thread has none.
+/** The calling thread's token as the index holds it: the handle of its event. Whoever sets that event does not end a
+ * wait for a lock.
+ * @return the token; all-ones when the index holds none, also when it was freed: locks then still know the thread.
  * Error cell: untouched.  Threads: safe.  Owns: the token stays the library's.
  */
 ZORCOMN_API HANDLE qeSO_GetThread(void);

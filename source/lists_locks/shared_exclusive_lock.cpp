@@ -12,6 +12,7 @@
 #include "source/lists_locks/spin_lock.h"
 #include "source/lists_locks/thread_attach.h"
 #include "source/platform/host.h"
+#include "source/platform/posix.h"
 #include "source/portability/wait.h"
 
 #include <cstdlib>
@@ -98,7 +99,9 @@ NotifyRegistration &registrationAt(qeLLNode *link) {
     return *reinterpret_cast<NotifyRegistration *>(link);
 }
 
+// Not cancelled in there: not every system unwinds the stack, and the spin lock would stay held.
 uint32_t tell(const NotifyRegistration &registration, uint32_t event) {
+    const UncancellableScope uncancellable;
     return registration.callback(registration.first, event, registration.second, 0);
 }
 
@@ -191,7 +194,7 @@ constexpr Policy kSharedWaitingForExclusive{mayShareWaitingForExclusive, takeSha
 int32_t acquire(qeSELock *lock, const Policy &policy, int32_t wait) {
     if (!lock)
         return 0;
-    const HANDLE token = qeSO_GetThread();
+    const HANDLE token = lockToken();
     Waiting waiting{*lock, lock->*policy.queue, {}};
     {
         SpinGuard guard(lock->spinLock);
@@ -268,7 +271,7 @@ void qeSO_SELockRelease(qeSELock *lock) {
 int32_t qeSO_SELockExclusiveNotify(qeSELock *lock, qeSONotify callback, uint32_t first, uint32_t second) {
     if (!lock)
         return 0;
-    const HANDLE token = qeSO_GetThread();
+    const HANDLE token = lockToken();
     SpinGuard guard(lock->spinLock);
     if (mayTakeExclusively(*lock, token)) {
         takeAs(*lock, token, kLockTakenInsteadOfNotify);

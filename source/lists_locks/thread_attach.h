@@ -13,4 +13,8 @@ inline HANDLE noThread() {
     return invalidHandle();
 }
 
+/** By what a lock knows the calling thread: the event that it attached with, as long as it is attached, whatever has
+ * become of the index meanwhile; else what the index holds. */
+HANDLE lockToken();
+
 } // namespace zor

@@ -95,6 +95,22 @@ TEST(LockFailures, ThreadAttach_ReportsEachFailureAndLeavesNothing) {
     EXPECT_EQ(qeSO_ProcessDetach(), 1);
 }
 
+TEST(LockFailures, ThreadAttach_ThatCannotStore_RemembersNothing) {
+    ASSERT_LT(qeSO_ProcessAttach(), 512u);
+    AllocationScope allocations;
+    uintptr_t attached;
+    {
+        FailingCall failing("pthread_setspecific", 2); // the index's, after the memory's
+        attached = qeSO_ThreadAttach();
+        EXPECT_TRUE(failing.wasReached());
+    }
+    const size_t live = allocations.live();
+    EXPECT_EQ(attached, 0u);
+    EXPECT_EQ(live, 0u);
+    EXPECT_EQ(zor::lockToken(), zor::noThread());
+    EXPECT_EQ(qeSO_ProcessDetach(), 1);
+}
+
 TEST(LockFailures, ThreadDetachThatCannotStore_LeavesTheThreadAttached) {
     qeSO_ProcessAttach();
     AllocationScope allocations;

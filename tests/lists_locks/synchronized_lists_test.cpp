@@ -174,6 +174,17 @@ TEST_F(SynchronizedStack, Emptiness_WaitsForQueuedWriters) {
     qeSLL_LockRelease(list);
 }
 
+// A shared holder gets in line behind the writer that waits for it, so it must not wait.
+TEST_F(SynchronizedStack, SharedHolder_GetsNoHeadWhileAWriterIsQueued) {
+    EXPECT_EQ(qeSLL_XGetHead(list, 0, 1), nullptr);
+    EXPECT_EQ(qeSLL_XGetHead(list, 0, 1), nullptr);
+    qeSLL_LockRelease(list);
+    AttachedThread writer([this] { qeSLL_XInsertHead(list, &a); });
+    ASSERT_TRUE(waitersAre(list->lock, 1, 0));
+    EXPECT_EQ(qeSLL_XGetHead(list, 0, 0), kNotTaken);
+    qeSLL_LockRelease(list);
+}
+
 TEST_F(SynchronizedStack, UnattachedThread_IsRefusedWhileTheLockIsHeld) {
     std::thread([this] {
         qeSLL_XInsertHead(list, &a);

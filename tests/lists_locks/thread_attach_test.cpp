@@ -1,9 +1,10 @@
 // How a process and its threads attach to the lock, and what a detached, half attached or unattached thread sees.
 
-#include "zorcomn/lists_locks.h"
-
+#include "tests/lists_locks/lock_support.h"
 #include "tests/support/child.h"
+#include "tests/support/eventually.h"
 
+#include <atomic>
 #include <cstdint>
 #include <set>
 #include <thread>
@@ -11,6 +12,9 @@
 #include <gtest/gtest.h>
 
 namespace {
+
+using zor::test::eventually;
+using zor::test::waitersAre;
 
 const HANDLE kNoThread = reinterpret_cast<HANDLE>(UINTPTR_MAX);
 constexpr uint32_t kNoIndex = 0xFFFFFFFFu;
@@ -49,7 +53,9 @@ TEST(ProcessAttach, AttachingTwice_TakesAnotherIndex_Kept) {
     EXPECT_EQ(qeSO_ProcessDetach(), 1);
     EXPECT_EQ(qelTlsGetValue(first), token);
     EXPECT_EQ(qelTlsFree(first), 1);
-    qelCloseHandle(token);
+    EXPECT_EQ(zor::lockToken(), token) << "locks know the thread until it detaches";
+    EXPECT_EQ(qeSO_ThreadDetach(), 0);
+    EXPECT_EQ(zor::lockToken(), kNoThread);
 }
 
 TEST(ProcessAttach, NoIndexLeft_IsReported) {
@@ -145,24 +151,142 @@ uint32_t returnAtOnce(void *) {
     return 0;
 }
 
-// In a child: the end of a thread of this library frees the indices of the whole process.
+void endALibraryThread() {
+    const HANDLE thread = qelCreateThread(nullptr, 0, returnAtOnce, nullptr, 0, nullptr);
+    EXPECT_EQ(qelWaitForSingleObject(thread, 60000), 2u);
+    EXPECT_EQ(qelCloseHandle(thread), 1);
+}
+
+// In a child each: the end of a thread of this library frees the indices of the whole process.
 TEST(ThreadAttachBesideLibraryThreads, TheirEndTakesTheIndexAway_Kept) {
     EXPECT_TRUE(zor::test::childPasses([] {
         const uint32_t index = qeSO_ProcessAttach();
         EXPECT_EQ(qeSO_ThreadAttach(), 1u);
-        EXPECT_NE(qeSO_GetThread(), kNoThread);
         const HANDLE token = qeSO_GetThread();
-        const HANDLE thread = qelCreateThread(nullptr, 0, returnAtOnce, nullptr, 0, nullptr);
-        EXPECT_EQ(qelWaitForSingleObject(thread, 60000), 2u);
+        EXPECT_NE(token, kNoThread);
+        endALibraryThread();
         EXPECT_EQ(qeSO_tls_index, index) << "nobody is told";
         EXPECT_EQ(qeSO_GetThread(), kNoThread);
+        EXPECT_EQ(qeSO_DbgGetThread(), nullptr);
         EXPECT_EQ(qeSO_ThreadAttach(), 0u);
+        std::thread([] { EXPECT_EQ(qeSO_ThreadAttach(), 0u); }).join();
         EXPECT_LT(qeSO_ProcessAttach(), 512u);
         EXPECT_EQ(qeSO_ThreadAttach(), 1u);
-        EXPECT_NE(qeSO_GetThread(), token);
-        qelCloseHandle(thread);
-        qelCloseHandle(token);
-        qeSO_ThreadDetach();
+        EXPECT_EQ(qeSO_GetThread(), token) << "its event, stored anew";
+        EXPECT_EQ(qeSO_ThreadAttach(), reinterpret_cast<uintptr_t>(token));
+        EXPECT_EQ(qeSO_ThreadDetach(), 1);
+    }));
+}
+
+TEST(ThreadAttachBesideLibraryThreads, AttachedThread_KeepsLockAndLists) {
+    EXPECT_TRUE(zor::test::childPasses([] {
+        qeSO_ProcessAttach();
+        qeSO_ThreadAttach();
+        qeSELock *lock = nullptr;
+        qeSLL *list = nullptr;
+        ASSERT_EQ(qeSO_SELockCreate(&lock), 0u);
+        ASSERT_EQ(qeSLL_Create(&list), 0u);
+        std::atomic<bool> isAttached{false}, isIndexGone{false}, isHeld{false};
+        qeLLNode node{};
+        std::thread other([&] {
+            EXPECT_EQ(qeSO_ThreadAttach(), 1u);
+            isAttached = true;
+            EXPECT_TRUE(eventually([&] { return isHeld.load(); }));
+            EXPECT_EQ(qeSO_SELockSharedStarveExclusive(lock, 0), 0) << "an owner keeps them out";
+            EXPECT_EQ(qeSO_SELockSharedWaitForExclusive(lock, 0), 0);
+            qeSLL_XInsertHead(list, &node); // waits, and is not refused
+            EXPECT_EQ(qeSO_SELockExclusive(lock, 1), 1);
+            EXPECT_EQ(qeSO_SELockExclusive(lock, 0), 1) << "recursion after the hand-over";
+            qeSO_SELockRelease(lock);
+            qeSO_SELockRelease(lock);
+            EXPECT_EQ(qeSO_ThreadDetach(), 0) << "the store has no index";
+        });
+        ASSERT_TRUE(eventually([&] { return isAttached.load(); }));
+        endALibraryThread();
+        EXPECT_EQ(qeSO_GetThread(), kNoThread);
+
+        nErrno = 0;
+        EXPECT_EQ(qeSO_SELockExclusive(lock, 1), 1);
+        EXPECT_EQ(qeSO_SELockExclusive(lock, 1), 1);
+        EXPECT_EQ(qeSO_SELockExclusiveNotify(lock, nullptr, 0, 0), 1) << "the owner's";
+        EXPECT_EQ(qeSLL_XGetHead(list, 1, 1), nullptr);
+        isHeld = true;
+        EXPECT_TRUE(waitersAre(list->lock, 1, 0));
+        qeSLL_LockRelease(list);
+        for (int hold = 0; hold < 2; ++hold)
+            qeSO_SELockRelease(lock);
+        qeSO_SELockExclusiveToShared(lock);
+        qeSO_SELockRelease(lock);
+        other.join();
+        EXPECT_EQ(nErrno, 22) << "of the other thread's detaching";
+        EXPECT_EQ(qeSLL_XRemoveHead(list), &node);
+        qeSLL_Release(list);
+        qeSO_Release(lock);
+    }));
+}
+
+TEST(ThreadAttachBesideLibraryThreads, Detaching_EndsIt) {
+    EXPECT_TRUE(zor::test::childPasses([] {
+        qeSELock *lock = nullptr;
+        ASSERT_EQ(qeSO_SELockCreate(&lock), 0u);
+        for (const bool isByX : {false, true}) {
+            qeSO_ProcessAttach();
+            qeSO_ThreadAttach();
+            const HANDLE event = qeSO_GetThread();
+            endALibraryThread();
+            if (isByX) {
+                qeSO_ThreadAttachX();
+                EXPECT_EQ(qelCloseHandle(event), 1) << "which stays behind";
+            } else {
+                nErrno = 0;
+                EXPECT_EQ(qeSO_ThreadDetach(), 0);
+                EXPECT_EQ(nErrno, 22);
+            }
+            EXPECT_EQ(qeSO_SELockExclusive(lock, 0), 1);
+            EXPECT_EQ(qeSO_SELockExclusive(lock, 0), 0) << "no owner, no recursion";
+            qeSO_SELockRelease(lock);
+        }
+        qeSO_Release(lock);
+    }));
+}
+
+// The index goes to somebody else, whose values are no tokens and no events to close.
+TEST(ThreadAttachBesideLibraryThreads, IndexOfSomebodyElse_IsNotTakenForAToken) {
+    EXPECT_TRUE(zor::test::childPasses([] {
+        const uint32_t index = qeSO_ProcessAttach();
+        qeSO_ThreadAttach();
+        qeSELock *lock = nullptr;
+        ASSERT_EQ(qeSO_SELockCreate(&lock), 0u);
+        ASSERT_EQ(qeSO_SELockExclusive(lock, 1), 1);
+        endALibraryThread();
+        ASSERT_EQ(qelTlsAlloc(), index);
+        int strangers = 0;
+        ASSERT_EQ(qelTlsSetValue(index, &strangers), 1);
+        EXPECT_EQ(qeSO_GetThread(), &strangers) << "kept: what the index holds";
+        EXPECT_EQ(qeSO_SELockExclusive(lock, 1), 1) << "still the owner";
+        qeSO_SELockRelease(lock);
+        qeSO_SELockRelease(lock);
+        EXPECT_EQ(qeSO_ThreadDetach(), 1);
+        qeSO_Release(lock);
+    }));
+}
+
+// A thread that ends without detaching leaves its event, and its token is nobody else's.
+TEST(ThreadAttachBesideLibraryThreads, EndWithoutDetaching_LeavesTheEvent) {
+    EXPECT_TRUE(zor::test::childPasses([] {
+        qeSO_ProcessAttach();
+        HANDLE left = nullptr;
+        std::thread([&] {
+            qeSO_ThreadAttach();
+            left = qeSO_GetThread();
+        }).join();
+        std::thread([&] {
+            qeSO_ThreadAttach();
+            EXPECT_NE(qeSO_GetThread(), left);
+            qeSO_ThreadDetach();
+        }).join();
+        EXPECT_EQ(qelSetEvent(left), 1);
+        EXPECT_EQ(qelCloseHandle(left), 1);
     }));
 }
 
