@@ -24,6 +24,27 @@ typedef char zorcomn_on_32_bits_define__FILE_OFFSET_BITS_as_64_before_every_incl
 extern "C" {
 #endif
 
+/* For all functions of this header:
+ *
+ * Cancellation. What does not say that it is a cancellation point is none: a request that is pending, or comes
+ * meanwhile, waits until the call has returned. That holds for a load and a free too, with the module's constructors
+ * and its DllMain. What says so leaves nothing behind when it is cancelled.
+ *
+ * Forks. A child may use everything here, whatever other threads were doing at the fork, and also when a DllMain has
+ * forked: the child goes on in it. The exported mutexes are free in a child, except MutexDynamicLibraryList in one that
+ * a DllMain or a constructor forked, which holds it until the load or free returns. What other threads held stays held:
+ * a handle that one of them was setting, resetting, releasing, waiting for or closing, a mutex that it owned, its open
+ * searches, its thread-local indices (a thread's end in the child frees those alone that the child has allocated). The
+ * handles of the other threads are never signalled there. A fork waits, for half a second at most, until no other
+ * thread of the layer is inside dlopen(), dlclose(), rand() or localtime_r(), whose own locks come to no child, and for
+ * nothing else. Excluded is therefore what the program's own threads, or constructors that take longer, were doing in
+ * them at the fork: loading and freeing libraries after dlopen() or dlclose(), qelCoCreateGuid after rand(),
+ * qelGetSystemTime after localtime() and its like. A child draws the same random numbers as its parent: it should call
+ * srand() before it makes GUIDs.
+ *
+ * Unloading. The library stays mapped once it is loaded, so a plug-in host may wait for a thread, close its handle and
+ * dlclose() the library at once; what it has allocated and not released stays too. */
+
 /* handles, events, mutexes and waits */
 
 /** An object of the layer: an event, a mutex, a thread or a file. 0 stands for no object, all-ones for the invalid
@@ -47,7 +68,7 @@ ZORCOMN_API HANDLE qelCreateEvent(void *securityAttributes, int32_t manualReset,
  * @param event  0 and all-ones are refused.
  * @return 1; 0 when refused or when a pthread call failed (the flag may be set then).
  * Error cell: nErrno = 22 when refused, else untouched.
- * Threads: safe. The one thread that waits for the event may close it as soon as its wait returns.  Owns: nothing.
+ * Threads: safe. The call is through with the event before a wait that it satisfies returns.  Owns: nothing.
  */
 ZORCOMN_API int32_t qelSetEvent(HANDLE event);
 /** Resets an event, or the flag of any other kind of handle.
@@ -84,6 +105,9 @@ ZORCOMN_API int32_t qelReleaseMutex(HANDLE mutex);
  * thread cancelled here leaves nothing locked. On events and threads it sleeps once: whatever wakes it, which the
  * system may do without a reason, counts as signalled. The time-out is measured on the clock of the day, so setting
  * that clock moves it.
+ * When to close the handle afterwards: a thread's at any time. An event's when whoever sets it is known to be through,
+ * because its thread has ended or by a word of the caller's own: the 2 alone is no proof, since a wait may be woken
+ * without a reason, and the event be set later. A mutex's once nobody owns it or waits for it.
  * @param handle        0, all-ones, files and unknown kinds are refused.
  * @param milliseconds  longest wait; 0 looks once, 0xFFFFFFFF waits without limit.
  * @return 2 signalled, 3 time ran out, 0 failed: the layer's own numbers. It also fails, about once in a million waits
@@ -100,8 +124,11 @@ ZORCOMN_API uint32_t qelWaitForSingleObject(HANDLE handle, uint32_t milliseconds
  * @param handles       the handles; null is refused, and so is each handle that a single wait refuses, on its turn.
  * @param waitAll       0; waiting for all of them is refused.
  * @param milliseconds  longest wait. Each handle polled counts as 10 ms, however long it took; 0 looks at no handle and
- *                      returns 3; 0xFFFFFFFF polls for ever.
- * @return 2 + the index of the handle that was signalled (a mutex is owned then), 3 time ran out, 0 failed.
+ *                      returns 3. 0xFFFFFFFF has no end of its own, but each poll may fail as a single wait may: with
+ *                      nothing signalled, expect a 0 after some hours, and wait again.
+ * @return 2 + the index of the handle that was signalled (a mutex is owned then), 3 time ran out, 0 failed. So index 1
+ *         gives 3 as well. To tell them apart, put an event that nobody sets at index 1; looking at handle 1 once more
+ *         tells too, but not for a mutex, which would wait for itself.
  * Error cell: nErrno = 22 when refused, else untouched.
  * Threads: as qelWaitForSingleObject.  Owns: release an owned mutex with qelReleaseMutex.
  */
@@ -131,10 +158,12 @@ ZORCOMN_API uint32_t qelGetLastError(void);
  * @return the value as it is after the mutex was unlocked, so that two callers may both get the later one; 0 when
  *         refused.
  * Error cell: nErrno = 22 when refused, else untouched.
- * Threads: safe against increments and decrements of the same value, not against exchanges.  Owns: nothing.
+ * Threads: safe against increments and decrements of the same value, not against exchanges.  Owns: nothing. The value
+ * must outlive every call: it is read after the unlock.
  */
 ZORCOMN_API int32_t qelInterlockedIncrement(volatile int32_t *value);
-/** Subtracts 1, wrapping; all else as qelInterlockedIncrement.
+/** Subtracts 1, wrapping; all else as qelInterlockedIncrement. Not for reference counts: two callers may both get 0,
+ * and the later read may meet what the other one has freed. Count under a lock, or with atomic variables.
  * @param value  null is refused.
  * @return the value as it is after the mutex was unlocked; 0 when refused.
  * Error cell: nErrno = 22 when refused, else untouched.  Threads: as qelInterlockedIncrement.  Owns: nothing.
@@ -151,7 +180,8 @@ ZORCOMN_API int32_t qelInterlockedExchange(volatile int32_t *value, int32_t newV
 /** The error cell: the number of the last fault that a function of the layer found itself, a bad argument for one. It
  * is one for the whole process, written without a lock: read it only where one thread uses the layer. Never cleared. */
 ZORCOMN_API extern int32_t nErrno;
-/** Held while a value is incremented or decremented. */
+/** Held while a value is incremented or decremented. Like each exported mutex it is free in a forked child, also when
+ * the caller that forked had locked it himself. */
 ZORCOMN_API extern pthread_mutex_t MutexInterlockedLong;
 /** Held while a value is exchanged. */
 ZORCOMN_API extern pthread_mutex_t MutexInterlockedExchange;
@@ -202,7 +232,8 @@ ZORCOMN_API void qelCleanupThread(void *startBlock);
 ZORCOMN_API void set_pthread_sched_param(HANDLE thread);
 /** Allocates the lowest free of 512 indices, in which every thread has a value of its own, null at first. The end of
  * any thread of the layer (qelBeginThread, qelCreateThread) frees all indices that the process has allocated: use them
- * where no such thread ends, or for as long as none does.
+ * where no such thread ends, or for as long as none does. An index that is being allocated while one ends may be free
+ * again when it is returned; storing into it is refused then.
  * @return the index, 0 to 511; 0xFFFFFFFF when all are allocated or when memory or a key of the system is short.
  * Error cell: nErrno = 35 when all are allocated, 12 without memory, else untouched.
  * Threads: the tables have no lock. Calls at once touch no freed memory and get different indices.  Owns: release the
@@ -463,8 +494,11 @@ ZORCOMN_API extern pthread_mutex_t MutexDirEnt;
 /* dynamic libraries and string resources */
 
 /** A module's entry point, exported as "DllMain", called once when the module is loaded for the first time and once
- * before it is closed, with MutexDynamicLibraryList held: it must not load or free libraries, and neither may the
- * module's constructors and destructors.
+ * before it is closed, with MutexDynamicLibraryList held: it must not load or free libraries through the table, and
+ * neither may the module's constructors and destructors: they would wait for themselves. Nor may those of a library
+ * that is opened or closed past the table (dlopen(), load_shared_object_image) while other threads use the table: they
+ * run under the system loader's own lock, which is taken after the table's, and two threads could wait for each other.
+ * Cancellation is held off while it runs. It may fork.
  * @param module    the module's own handle.
  * @param reason    1 attach, 0 detach; no other comes.
  * @param reserved  null.
@@ -488,8 +522,8 @@ ZORCOMN_API void *qelLoadLibrary(const char *path, const char **errorText);
 /** Loads a library as qelLoadLibrary does, by a wide path.
  * @param path       converted to UTF-8 (see qelcomn_wide_to_ansi); null, or a path of which nothing converts, is
  * refused.
- * @param errorText  receives a pointer to the reason of a failure, widened, at most 2047 characters; it has a buffer of
- * its own. Null is fine.
+ * @param errorText  receives a pointer to the reason of this call's failure, widened, at most 2047 characters; it has a
+ * buffer of its own, one for all wide calls. Null is fine.
  * @return the module; null on failure.
  * Error cell: nErrno = 22 when refused, else as qelLoadLibrary.
  * Threads: as qelLoadLibrary.  Owns: as qelLoadLibrary.
@@ -513,10 +547,11 @@ ZORCOMN_API void *qelGetProcAddress(void *module, const char *symbol, const char
  * Threads: safe.  Owns: nothing of the module may be used after the last call.
  */
 ZORCOMN_API int32_t qelFreeLibrary(void *module);
-/** Asks a module for a string resource: hands all four arguments to its "loadString".
- * @param module  from qelLoadLibrary or from dlopen().
+/** Asks a module for a string resource: hands all four arguments to its "loadString". A cancellation point where the
+ * module's entry is one.
+ * @param module  from qelLoadLibrary or from dlopen(); null is refused.
  * @param id, buffer, size  as the module defines them.
- * @return what the module returns; 0 when it has no "loadString".
+ * @return what the module returns; 0 when refused and when it has no "loadString".
  * Error cell: untouched by the layer.  Threads: as the module's.  Owns: the buffer stays the caller's.
  */
 ZORCOMN_API int32_t qelLoadString(void *module, uint32_t id, char *buffer, int32_t size);

@@ -2,6 +2,7 @@
 
 #include "zorcomn/portability.h"
 
+#include "source/platform/fork.h"
 #include "source/platform/posix.h"
 #include "source/portability/clocks.h"
 
@@ -50,6 +51,7 @@ void qelGetSystemTime(qelSystemTime *time) {
     const zor::UncancellableScope uncancellable;
     const std::time_t now = std::time(nullptr);
     std::tm local{};
+    const zor::ForkDelay delay; // localtime_r locks the zone
     *time = localtime_r(&now, &local) ? zor::systemTimeOf(local) : qelSystemTime{};
 }
 

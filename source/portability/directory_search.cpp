@@ -5,6 +5,7 @@
 #include "zorcomn/portability.h"
 
 #include "source/platform/files.h"
+#include "source/platform/fork.h"
 #include "source/platform/open.h"
 #include "source/portability/directory_search.h"
 #include "source/portability/error_cell.h"
@@ -31,6 +32,10 @@ namespace {
 
 constexpr uint32_t kAttributeDirectory = 16;
 
+const zor::ForkRepair tableForks(MutexDirEnt);
+zor::FirstCall firstSearch;
+const zor::ForkRepair firstSearchForks(firstSearch.mutex());
+
 qelSearch *loadSlot(size_t index) {
     return __atomic_load_n(&pDirEntTable[index], __ATOMIC_ACQUIRE);
 }
@@ -46,23 +51,7 @@ void clearTable() {
 
 // Kept: whatever callers wrote into the table before the first search of the process is forgotten.
 void clearTableOnce() {
-    static pthread_once_t once = PTHREAD_ONCE_INIT;
-    pthread_once(&once, clearTable);
-}
-
-/** The first null slot, filled with a search record; a failed allocation counts as no slot. */
-int32_t takeSlot(DIR *stream) {
-    size_t index = 0;
-    while (index < kMaxSearches && loadSlot(index))
-        ++index;
-    if (index == kMaxSearches)
-        return zor::kNoSearch;
-    qelSearch *const search = new (std::nothrow) qelSearch();
-    if (!search)
-        return zor::kNoSearch;
-    search->stream = stream;
-    storeSlot(index, search);
-    return static_cast<int32_t>(index) + 1;
+    firstSearch.run(clearTable);
 }
 
 /** Copies at most 260 characters; the receiving field is zeroed. */
@@ -84,24 +73,36 @@ private:
     char m_text[2 * kMaxPart + 1];
 };
 
+/** Puts a search that is complete into the first null slot. A child of a fork in between has it whole or not at all. */
+int32_t takeSlot(std::unique_ptr<qelSearch> search) {
+    size_t index = 0;
+    while (index < kMaxSearches && loadSlot(index))
+        ++index;
+    if (index == kMaxSearches)
+        return zor::kNoSearch;
+    storeSlot(index, search.release());
+    return static_cast<int32_t>(index) + 1;
+}
+
 } // namespace
 
 namespace zor {
 
 int32_t openSearch(Directory stream, const char *directory, size_t directoryLength, const char *pattern) {
     clearTableOnce();
+    std::unique_ptr<qelSearch> record(new (std::nothrow) qelSearch());
+    if (record) {
+        record->stream = stream.get();
+        copySearchText(record->directory, directory, directoryLength);
+        copyText(record->pattern, sizeof record->pattern, pattern);
+    }
     const MutexLock lock(MutexDirEnt);
     if (!lock)
         return kNoSearch;
-    const int32_t search = takeSlot(stream.get());
-    if (search == kNoSearch) {
-        stream.reset();
+    const int32_t search = record ? takeSlot(std::move(record)) : kNoSearch;
+    if (search == kNoSearch)
         return failWith(kCellOutOfSlots, kNoSearch);
-    }
-    qelSearch &record = *pDirEntTable[search - 1];
     stream.release();
-    copySearchText(record.directory, directory, directoryLength);
-    copyText(record.pattern, sizeof record.pattern, pattern);
     return search;
 }
 

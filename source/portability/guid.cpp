@@ -3,6 +3,7 @@
 
 #include "zorcomn/portability.h"
 
+#include "source/platform/fork.h"
 #include "source/platform/posix.h"
 #include "source/portability/guid.h"
 
@@ -102,6 +103,14 @@ timeval currentTime() {
     return now;
 }
 
+/** rand() has a lock of its own. */
+int drawFromSystem() {
+    const ForkDelay delay;
+    return std::rand();
+}
+
+GuidState generator;
+
 } // namespace
 
 void createGuid(GuidState &state, const GuidSources &sources, qelGuid &guid) {
@@ -126,9 +135,10 @@ void createGuid(GuidState &state, const GuidSources &sources, qelGuid &guid) {
 } // namespace zor
 
 qelGuid *qelCoCreateGuid(qelGuid *guid) {
-    static zor::GuidState state;
-    if (guid)
-        zor::createGuid(state, {zor::currentTime, std::rand}, *guid);
+    if (!guid)
+        return nullptr;
+    const zor::UncancellableScope uncancellable;
+    zor::createGuid(zor::generator, {zor::currentTime, zor::drawFromSystem}, *guid);
     return guid;
 }
 

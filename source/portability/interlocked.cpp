@@ -3,12 +3,16 @@
 
 #include "zorcomn/portability.h"
 
+#include "source/platform/fork.h"
 #include "source/portability/error_cell.h"
 
 pthread_mutex_t MutexInterlockedLong = PTHREAD_MUTEX_INITIALIZER;
 pthread_mutex_t MutexInterlockedExchange = PTHREAD_MUTEX_INITIALIZER;
 
 namespace {
+
+const zor::ForkRepair longForks(MutexInterlockedLong);
+const zor::ForkRepair exchangeForks(MutexInterlockedExchange);
 
 int32_t load(const volatile int32_t *value) {
     return __atomic_load_n(value, __ATOMIC_RELAXED);

@@ -1,9 +1,16 @@
-// Thread-local storage: 512 indices, a POSIX key each. The tables have no lock. Each entry changes hands by one atomic
-// exchange, because every thread's end frees the indices of the whole process: two ends at once, or an end beside a
-// reader, must not meet in a freed cell. For the same reason readers take the key from a copy and not from the cell.
+// Thread-local storage: 512 indices, a POSIX key each. The tables have no lock, and every thread's end frees the
+// indices of the whole process, so each entry changes hands by single atomic steps. What readers use is not the
+// exported cell, which another thread may free under them, but a copy of the key:
+//
+//     allocating   key -> copy (claims the index), cell -> table, owner -> table (from here on a thread's end frees it)
+//     freeing      owner and cell out of the table, copy withdrawn, writers awaited, key given back to the system
+//
+// So a copy never outlives its key, and no value is stored under a key that the system has handed out to somebody else.
+// A child that is forked between two of the steps has one index less.
 
 #include "zorcomn/portability.h"
 
+#include "source/platform/fork.h"
 #include "source/portability/error_cell.h"
 #include "source/portability/thread_local.h"
 
@@ -12,6 +19,7 @@
 #include <memory>
 #include <new>
 
+#include <sched.h>
 #include <unistd.h>
 
 pid_t nTlsOwnerTable[512];
@@ -25,12 +33,18 @@ constexpr uint32_t kTlsIndices = 512;
 constexpr uint32_t kNoTlsIndex = 0xFFFFFFFFu;
 static_assert(std::size(pTlsKeyTable) == kTlsIndices && std::size(nTlsOwnerTable) == kTlsIndices);
 
-// What readers use: the key + 1, or 0 while the index is free. A cell is published before it and withdrawn after it.
-std::atomic<uintptr_t> readerKeys[kTlsIndices];
+std::atomic<uintptr_t> readerKeys[kTlsIndices]; // the key + 1, or 0 while the index is free
+std::atomic<uint32_t> writers[kTlsIndices];     // threads that are storing a value under the index's key
 
-bool isFree(uint32_t index) {
-    return !__atomic_load_n(&pTlsKeyTable[index], __ATOMIC_ACQUIRE);
+FirstCall firstAllocation;
+const ForkRepair firstAllocationForks(firstAllocation.mutex());
+
+// The writers of a child's parent are not in the child.
+void forgetWriters() {
+    for (auto &count : writers)
+        count.store(0, std::memory_order_relaxed);
 }
+const ForkRepair writersForks(forgetWriters);
 
 struct Key {
     bool isAllocated;
@@ -38,49 +52,66 @@ struct Key {
 };
 
 Key keyOf(uint32_t index) {
-    const uintptr_t found = index < kTlsIndices ? readerKeys[index].load(std::memory_order_acquire) : 0;
+    const uintptr_t found = index < kTlsIndices ? readerKeys[index].load() : 0;
     return {found != 0, static_cast<pthread_key_t>(found - 1)};
 }
 
-void setOwner(uint32_t index, pid_t owner) {
-    __atomic_store_n(&nTlsOwnerTable[index], owner, __ATOMIC_RELAXED);
+/** Keeps the key that an index has now from being given back to the system. */
+class Writing {
+public:
+    explicit Writing(uint32_t index) : m_count(writers[index]) { m_count.fetch_add(1); }
+    ~Writing() { m_count.fetch_sub(1); }
+    Writing(const Writing &) = delete;
+    Writing &operator=(const Writing &) = delete;
+
+private:
+    std::atomic<uint32_t> &m_count;
+};
+
+pthread_key_t *loadCell(uint32_t index) {
+    return __atomic_load_n(&pTlsKeyTable[index], __ATOMIC_ACQUIRE);
 }
 
-void clearTablesOnce() {
-    static const bool cleared = [] {
-        for (uint32_t index = 0; index < kTlsIndices; ++index) {
-            __atomic_store_n(&pTlsKeyTable[index], static_cast<pthread_key_t *>(nullptr), __ATOMIC_RELAXED);
-            setOwner(index, 0);
-        }
-        return true;
-    }();
-    static_cast<void>(cleared);
+pthread_key_t *exchangeCell(uint32_t index, pthread_key_t *cell) {
+    return __atomic_exchange_n(&pTlsKeyTable[index], cell, __ATOMIC_ACQ_REL);
+}
+
+void setOwner(uint32_t index, pid_t owner) {
+    __atomic_store_n(&nTlsOwnerTable[index], owner, __ATOMIC_RELEASE);
+}
+
+void clearTables() {
+    for (uint32_t index = 0; index < kTlsIndices; ++index) {
+        exchangeCell(index, nullptr);
+        setOwner(index, 0);
+    }
 }
 
 uint32_t lowestFreeIndex() {
     uint32_t index = 0;
-    while (index < kTlsIndices && !isFree(index))
+    while (index < kTlsIndices && (readerKeys[index].load() != 0 || loadCell(index)))
         ++index;
     return index;
 }
 
-/** Puts the cell where nothing was; false when another thread was faster. */
-bool publish(uint32_t index, pthread_key_t *cell) {
-    pthread_key_t *expected = nullptr;
-    return __atomic_compare_exchange_n(&pTlsKeyTable[index], &expected, cell, false, __ATOMIC_ACQ_REL,
-                                       __ATOMIC_RELAXED);
+/** False when another thread was faster. */
+bool claim(uint32_t index, pthread_key_t key) {
+    uintptr_t expected = 0;
+    return readerKeys[index].compare_exchange_strong(expected, static_cast<uintptr_t>(key) + 1);
 }
 
 enum class Freed { kYes, kKeyStays, kWasFree };
 
 Freed freeIndex(uint32_t index) {
+    if (readerKeys[index].load() == 0)
+        return Freed::kWasFree;
     setOwner(index, 0); // before the cell goes: whoever takes the index next stores its own
-    const std::unique_ptr<pthread_key_t> cell(
-        __atomic_exchange_n(&pTlsKeyTable[index], static_cast<pthread_key_t *>(nullptr), __ATOMIC_ACQ_REL));
+    const std::unique_ptr<pthread_key_t> cell(exchangeCell(index, nullptr));
     if (!cell)
         return Freed::kWasFree;
-    uintptr_t withdrawn = static_cast<uintptr_t>(*cell) + 1;
-    readerKeys[index].compare_exchange_strong(withdrawn, 0); // unless the index already has its next key
+    readerKeys[index].store(0);
+    while (writers[index].load() != 0)
+        sched_yield();
     return pthread_key_delete(*cell) == 0 ? Freed::kYes : Freed::kKeyStays;
 }
 
@@ -93,7 +124,7 @@ void *tlsValue(uint32_t index) {
 
 void freeTlsIndicesOfProcess() {
     for (uint32_t index = 0; index < kTlsIndices; ++index) {
-        if (!isFree(index) && __atomic_load_n(&nTlsOwnerTable[index], __ATOMIC_RELAXED) == getpid())
+        if (loadCell(index) && __atomic_load_n(&nTlsOwnerTable[index], __ATOMIC_ACQUIRE) == getpid())
             freeIndex(index);
     }
 }
@@ -103,7 +134,7 @@ void freeTlsIndicesOfProcess() {
 using namespace zor;
 
 uint32_t qelTlsAlloc(void) {
-    clearTablesOnce();
+    firstAllocation.run(clearTables);
     for (;;) {
         const uint32_t index = lowestFreeIndex();
         if (index == kTlsIndices)
@@ -113,14 +144,12 @@ uint32_t qelTlsAlloc(void) {
             return failWith(kCellNoMemory, kNoTlsIndex);
         if (pthread_key_create(cell.get(), nullptr) != 0)
             return kNoTlsIndex;
-        const pthread_key_t key = *cell;
-        if (!publish(index, cell.get())) {
-            pthread_key_delete(key);
+        if (!claim(index, *cell)) {
+            pthread_key_delete(*cell);
             continue;
         }
-        cell.release();
+        exchangeCell(index, cell.release());
         setOwner(index, getpid());
-        readerKeys[index].store(static_cast<uintptr_t>(key) + 1, std::memory_order_release);
         return index;
     }
 }
@@ -133,6 +162,9 @@ int32_t qelTlsFree(uint32_t index) {
 }
 
 int32_t qelTlsSetValue(uint32_t index, void *value) {
+    if (index >= kTlsIndices)
+        return failWith(kCellInvalid, 0);
+    const Writing writing(index);
     const Key key = keyOf(index);
     if (!key.isAllocated)
         return failWith(kCellInvalid, 0);

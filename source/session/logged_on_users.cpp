@@ -6,6 +6,7 @@
 
 #include "zorcomn/session.h"
 
+#include "source/platform/fork.h"
 #include "source/platform/posix.h"
 #include "source/portability/transcoding.h"
 #include "source/session/user_domain.h"
@@ -29,6 +30,7 @@ static_assert(USER_PROCESS == 7, "the type of the records that count");
 
 // Guards the C library's position in the login database, and the record that it hands out.
 pthread_mutex_t loginDatabaseMutex = PTHREAD_MUTEX_INITIALIZER;
+const zor::ForkRepair loginDatabaseForks(loginDatabaseMutex);
 
 struct LoginRecord {
     short type;
@@ -53,6 +55,7 @@ template <class Body> bool hasMemoryFor(Body body) {
 bool readLoginRecords(std::vector<LoginRecord> &records) {
     bool isWhole = true;
     const zor::MutexLock lock(loginDatabaseMutex);
+    const zor::ForkDelay delay; // the database has a lock of its own
     while (const utmpx *record = getutxent())
         isWhole &= hasMemoryFor([&] {
             records.push_back({static_cast<short>(record->ut_type), fieldText(record->ut_id),

@@ -4,6 +4,7 @@
 
 #include "zorcomn/session.h"
 
+#include "source/platform/fork.h"
 #include "source/platform/posix.h"
 
 #include <cerrno>
@@ -19,6 +20,7 @@ namespace {
 constexpr char kIdent[] = "[VTA]";
 
 pthread_mutex_t logMutex = PTHREAD_MUTEX_INITIALIZER; // guards the C library's log connection and its ident
+const zor::ForkRepair logForks(logMutex);
 
 using OwnIdent = std::unique_ptr<char, zor::Releaser<std::free>>;
 
@@ -79,6 +81,7 @@ bool vLogInSystemLog(int priority, const char *ident, const char *format, va_lis
         const zor::UncancellableScope uncancellable;
         const OwnIdent copy(ident ? strdup(ident) : nullptr);
         const zor::MutexLock lock(logMutex);
+        const zor::ForkDelay delay; // the connection has a lock of its own
         const OpenLog log(copy ? copy.get() : kIdent);
         errno = callersErrno; // what %m stands for
         vsyslog(priority, format, arguments);

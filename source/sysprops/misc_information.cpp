@@ -6,6 +6,7 @@
 #include "zorcomn/session.h"
 #include "zorcomn/sysprops.h"
 
+#include "source/platform/fork.h"
 #include "source/platform/posix.h"
 #include "source/utilities/time_zone.h"
 
@@ -21,6 +22,7 @@
 namespace {
 
 pthread_mutex_t zoneNameMutex = PTHREAD_MUTEX_INITIALIZER;
+const zor::ForkRepair zoneNameForks(zoneNameMutex);
 
 /** The users; nothing when memory ran out before the list was whole. */
 std::optional<std::wstring> loggedOnUsers() {
@@ -45,6 +47,7 @@ namespace zor {
 
 std::optional<std::wstring> localTimeText(std::time_t time) {
     tm local{};
+    const ForkDelay delay; // localtime_r locks the zone
     if (!localtime_r(&time, &local))
         return std::nullopt;
     char text[32] = "";

@@ -4,6 +4,7 @@
 
 #include "zorcomn/utilities.h"
 
+#include "source/platform/fork.h"
 #include "source/platform/posix.h"
 #include "source/utilities/time_stamps.h"
 #include "source/utilities/time_zone.h"
@@ -55,6 +56,7 @@ template <class Character> void writeStampOfNow(BreakDown breakDown, Character *
     const UncancellableScope uncancellable;
     const std::time_t now = std::time(nullptr);
     std::tm fields;
+    const ForkDelay delay; // both break-downs lock the zone
     writeCompactStamp(breakDown(&now, &fields), buffer, size);
 }
 
@@ -116,6 +118,7 @@ std::string qelcomn_get_time_stamp_ansi() {
     std::array<char, 32> text{};
     {
         const zor::MutexLock lock(mutex);
+        const zor::ForkDelay delay;
         const std::time_t now = std::time(nullptr);
         std::tm fields;
         if (localtime_r(&now, &fields))

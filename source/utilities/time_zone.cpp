@@ -4,6 +4,7 @@
 
 #include "zorcomn/utilities.h"
 
+#include "source/platform/fork.h"
 #include "source/platform/posix.h"
 #include "source/portability/transcoding.h"
 #include "source/utilities/calendar.h"
@@ -18,6 +19,8 @@
 namespace zor {
 
 namespace {
+
+const ForkRepair zoneForks(velmora_com::vta::mutex);
 
 /** The C library's own text, which it never releases; null when there is none. For who holds the mutex.
  *
@@ -43,6 +46,7 @@ void settleZone() {
     constexpr size_t kLongestSetting = 1024;
     const CleanUpScope quiet;
     const MutexLock lock(velmora_com::vta::mutex);
+    const ForkDelay delay; // the environment and the zone have locks of their own
     // Kept: an empty TZ, and one beyond 1,024 characters, is removed.
     if (const char *setting = std::getenv("TZ")) {
         const size_t length = strnlen(setting, kLongestSetting + 1);

@@ -356,6 +356,21 @@ TEST(LoadLibraryW, Failure_GivesTheNarrowTextWidened) {
 }
 
 // An empty path would open the program itself.
+// Between the failure and the widening of its reason: another thread's failure, which changes the text of the process.
+TEST(LoadLibraryW, AnotherThreadFailingMeanwhile_DoesNotChangeTheReason) {
+    EXPECT_TRUE(childPasses([] {
+        const AfterCall meanwhile("pthread_mutex_unlock", 1, [] {
+            std::thread([] { EXPECT_EQ(qelLoadLibrary("/nowhere/others.so", nullptr), nullptr); }).join();
+        });
+        const wchar_t *text = nullptr;
+        EXPECT_EQ(qelLoadLibraryW(L"/nowhere/own.so", &text), nullptr);
+        EXPECT_TRUE(meanwhile.wasReached());
+        ASSERT_NE(text, nullptr);
+        EXPECT_NE(std::wcsstr(text, L"/nowhere/own.so"), nullptr) << text;
+        EXPECT_EQ(std::wcsstr(text, L"others"), nullptr) << text;
+    }));
+}
+
 TEST(LoadLibraryW, PathOfWhichNothingConverts_IsRefused) {
     EXPECT_TRUE(childPasses([] {
         const wchar_t path[] = {static_cast<wchar_t>(0xD800), L'x', 0}; // a surrogate
@@ -501,6 +516,18 @@ TEST(LoadString, Module_AnswersItself) {
             EXPECT_EQ(qelLoadString(module.handle(), 1, buffer, 4), static_cast<int32_t>(length - 9));
             EXPECT_STREQ(buffer, "str");
         }
+    }));
+}
+
+// To the system null stands for every module that is loaded globally.
+TEST(LoadString, NullModule_IsRefused) {
+    EXPECT_TRUE(childPasses([] {
+        ASSERT_NE(dlopen(modulePath("strings").c_str(), RTLD_LAZY | RTLD_GLOBAL), nullptr);
+        char buffer[64] = "as it was";
+        nErrno = kUntouched;
+        EXPECT_EQ(qelLoadString(nullptr, 7, buffer, sizeof buffer), 0);
+        EXPECT_STREQ(buffer, "as it was");
+        EXPECT_EQ(nErrno, kUntouched);
     }));
 }
 

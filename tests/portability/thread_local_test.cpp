@@ -4,6 +4,7 @@
 #include "zorcomn/portability.h"
 
 #include "tests/support/child.h"
+#include "tests/support/eventually.h"
 #include "tests/support/failing_calls.h"
 
 #include <algorithm>
@@ -13,6 +14,7 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <unistd.h>
 
 namespace {
@@ -34,8 +36,9 @@ void runThread(qelThreadStart start = returnNothing, void *argument = nullptr) {
 }
 
 std::ptrdiff_t allocatedIndices() {
-    return std::count_if(std::begin(pTlsKeyTable), std::end(pTlsKeyTable),
-                         [](const pthread_key_t *cell) { return cell != nullptr; });
+    return std::count_if(std::begin(pTlsKeyTable), std::end(pTlsKeyTable), [](pthread_key_t *const &cell) {
+        return __atomic_load_n(&cell, __ATOMIC_ACQUIRE) != nullptr;
+    });
 }
 
 TEST(TlsAlloc, 513th_FailsAndTheLowestFreeIndexComesBack) {
@@ -200,6 +203,59 @@ TEST(Tls, EndOfAThreadOfTheSystem_FreesNothing) {
         EXPECT_EQ(qelTlsAlloc(), 0u);
         std::thread([] {}).join();
         EXPECT_EQ(allocatedIndices(), 1);
+    }));
+}
+
+// A thread's end in the middle of an allocation, right before the owner is stored, which this test does ahead of it:
+// the index is freed and stays so, and its key is nobody's any more.
+TEST(TlsAlloc, ThreadEndingInTheMiddle_LeavesNoKeyBehind) {
+    EXPECT_TRUE(childPasses([] {
+        const AfterCall ending("getpid", 1, [] {
+            nTlsOwnerTable[0] = getpid();
+            runThread();
+        });
+        const uint32_t index = qelTlsAlloc();
+        EXPECT_TRUE(ending.wasReached());
+        ASSERT_EQ(index, 0u);
+        EXPECT_EQ(pTlsKeyTable[index], nullptr);
+        pthread_key_t strangers;
+        ASSERT_EQ(pthread_key_create(&strangers, nullptr), 0);
+        int value = 0;
+        ASSERT_EQ(pthread_setspecific(strangers, &value), 0);
+        nErrno = kUntouched;
+        EXPECT_EQ(qelTlsSetValue(index, nullptr), 0);
+        EXPECT_EQ(nErrno, 22);
+        EXPECT_EQ(pthread_getspecific(strangers), &value) << "another library's";
+        EXPECT_EQ(qelTlsGetValue(index), nullptr);
+        EXPECT_EQ(qelTlsAlloc(), index);
+    }));
+}
+
+// The index is freed when the value is about to be stored: its key goes back to the system only afterwards.
+TEST(TlsSetValue, ThreadEndingInTheMiddle_KeepsTheKeyFromOthers) {
+    EXPECT_TRUE(childPasses([] {
+        const uint32_t index = qelTlsAlloc();
+        const pthread_key_t key = *pTlsKeyTable[index];
+        HANDLE thread = nullptr;
+        std::vector<pthread_key_t> strangers;
+        {
+            const BeforeCall ending("pthread_setspecific", 1, [&] {
+                thread = qelBeginThread(nullptr, 0, returnNothing, nullptr, 0, nullptr);
+                EXPECT_TRUE(eventually([&] { return allocatedIndices() == 0; }));
+                for (int stranger = 0; stranger < 100; ++stranger) {
+                    pthread_key_t created;
+                    EXPECT_EQ(pthread_key_create(&created, nullptr), 0);
+                    strangers.push_back(created);
+                    sched_yield();
+                }
+            });
+            EXPECT_EQ(qelTlsSetValue(index, &nErrno), 1);
+            EXPECT_TRUE(ending.wasReached());
+        }
+        EXPECT_EQ(std::count(strangers.begin(), strangers.end(), key), 0);
+        EXPECT_EQ(qelWaitForSingleObject(thread, kInfinite), 2u);
+        EXPECT_EQ(qelCloseHandle(thread), 1);
+        EXPECT_EQ(qelTlsSetValue(index, nullptr), 0);
     }));
 }
 

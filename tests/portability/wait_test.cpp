@@ -224,6 +224,17 @@ TEST(WaitForMultiple, SignalledHandle_IsReportedByItsIndex) {
     EXPECT_EQ(qelWaitForMultipleObjects(3, handles, 0, kInfinite), 2u);
 }
 
+// Index 1 is reported as 3, as the end of the time is; with an event that nobody sets there, 3 has one meaning.
+TEST(WaitForMultiple, Index1_IsToldFromTheEndOfTheTimeByAnEventNobodySets_Kept) {
+    const Handle never(newEvent()), first(newEvent()), second(newEvent(1));
+    const HANDLE ambiguous[] = {first, second};
+    EXPECT_EQ(qelWaitForMultipleObjects(2, ambiguous, 0, 1000), 3u);
+    const HANDLE clear[] = {first, never, second};
+    EXPECT_EQ(qelWaitForMultipleObjects(3, clear, 0, 1000), 4u);
+    EXPECT_EQ(qelResetEvent(second), 1);
+    EXPECT_EQ(qelWaitForMultipleObjects(3, clear, 0, 60), 3u);
+}
+
 TEST(WaitForMultiple, Mutex_IsOwnedByTheWait) {
     const Handle event(newEvent()), mutex(newMutex());
     const HANDLE handles[] = {event, mutex};

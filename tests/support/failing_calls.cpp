@@ -39,6 +39,7 @@ struct Plan {
     int error = 0;
     bool reached = false;
     const std::function<void()> *action = nullptr;
+    bool isBefore = false; // the call, that is when the action is due
 };
 thread_local Plan plans[kMaxFunctions];
 
@@ -58,6 +59,8 @@ int failureDue(size_t function) {
     if (plan.callsLeft == 0 || --plan.callsLeft > 0)
         return 0;
     plan.reached = true;
+    if (plan.action && plan.isBefore)
+        (*std::exchange(plan.action, nullptr))();
     return plan.error;
 }
 
@@ -114,7 +117,7 @@ const timeval *fixedTimeOfDay = nullptr;
 } // namespace
 
 FailingCall::FailingCall(const char *function, int nth, int error) : m_index(indexOf(function)) {
-    plans[m_index] = {nth, error, false, nullptr};
+    plans[m_index] = {nth, error, false, nullptr, false};
 }
 
 FailingCall::~FailingCall() {
@@ -127,7 +130,7 @@ bool FailingCall::wasReached() const {
 
 AfterCall::AfterCall(const char *function, int nth, std::function<void()> action)
     : m_index(indexOf(function)), m_action(std::move(action)) {
-    plans[m_index] = {nth, 0, false, &m_action};
+    plans[m_index] = {nth, 0, false, &m_action, false};
 }
 
 AfterCall::~AfterCall() {
@@ -135,6 +138,19 @@ AfterCall::~AfterCall() {
 }
 
 bool AfterCall::wasReached() const {
+    return plans[m_index].reached;
+}
+
+BeforeCall::BeforeCall(const char *function, int nth, std::function<void()> action)
+    : m_index(indexOf(function)), m_action(std::move(action)) {
+    plans[m_index] = {nth, 0, false, &m_action, true};
+}
+
+BeforeCall::~BeforeCall() {
+    plans[m_index] = {};
+}
+
+bool BeforeCall::wasReached() const {
     return plans[m_index].reached;
 }
 
@@ -295,6 +311,7 @@ ZORCOMN_FAILS_BY_RESULT(pthread_setspecific, (pthread_key_t key, const void *val
 ZORCOMN_FAILS_BY_ERRNO(-1, close, int, (int descriptor), (descriptor))
 ZORCOMN_FAILS_BY_ERRNO(-1, unlink, int, (const char *path), (path))
 ZORCOMN_FAILS_BY_ERRNO(-1, dlclose, int, (void *handle), (handle))
+ZORCOMN_FAILS_BY_ERRNO(nullptr, dlopen, void *, (const char *path, int mode), (path, mode))
 ZORCOMN_FAILS_BY_ERRNO(-1, closedir, int, (DIR * stream), (stream))
 ZORCOMN_FAILS_BY_ERRNO(EOF, fclose, int, (std::FILE * stream), (stream))
 ZORCOMN_FAILS_BY_ERRNO(nullptr, fdopen, std::FILE *, (int descriptor, const char *mode), (descriptor, mode))
@@ -322,6 +339,8 @@ ZORCOMN_FAILS_BY_ERRNO(-1, getsockname, int, (int socket, sockaddr *address, soc
                        (socket, address, length))
 ZORCOMN_FAILS_BY_ERRNO(-1, getsockopt, int, (int socket, int level, int option, void *value, socklen_t *length),
                        (socket, level, option, value, length))
+ZORCOMN_FAILS_BY_ERRNO(-1, rand, int, (), ())
+ZORCOMN_FAILS_BY_ERRNO(-1, getpid, pid_t, (), ())
 ZORCOMN_FAILS_BY_ERRNO(-1, poll, int, (pollfd * entries, nfds_t count, int milliseconds),
                        (entries, count, milliseconds))
 

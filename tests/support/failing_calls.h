@@ -55,6 +55,21 @@ private:
     std::function<void()> m_action;
 };
 
+/** AfterCall's counterpart: runs the action right before the nth call. */
+class BeforeCall {
+public:
+    BeforeCall(const char *function, int nth, std::function<void()> action);
+    ~BeforeCall();
+    BeforeCall(const BeforeCall &) = delete;
+    BeforeCall &operator=(const BeforeCall &) = delete;
+
+    bool wasReached() const;
+
+private:
+    size_t m_index;
+    std::function<void()> m_action;
+};
+
 /** Counts what is allocated in its lifetime, by any thread, and not yet released; by operator new, malloc, calloc and
  * realloc alike. One at a time. Take live() before an expectation, since a failing one allocates. */
 class AllocationScope {

@@ -3,12 +3,13 @@
 
 #include "source/platform/host.h"
 
+#include "source/platform/fork.h"
+
 #undef NDEBUG // which would hide the report that assert itself makes
 #include <cassert>
 
 #include <atomic>
 
-#include <pthread.h>
 #include <unistd.h>
 
 namespace zor::host {
@@ -22,13 +23,11 @@ void forgetProcessId() {
     knownProcessId.store(0, std::memory_order_relaxed);
 }
 
-// Registered when the library is loaded and not by the first who asks: a fork in the middle of that would leave the
-// child with a registration that never ends, or with its parent's identifier. False until then.
-const bool isForgottenByFork = pthread_atfork(nullptr, nullptr, forgetProcessId) == 0;
+const ForkRepair processIdForks(forgetProcessId);
 
 pid_t rememberProcessId() {
     const pid_t id = getpid();
-    if (isForgottenByFork)
+    if (ForkRepair::isAvailable())
         knownProcessId.store(id, std::memory_order_relaxed);
     return id;
 }
