@@ -1,12 +1,23 @@
+// Each of the library's collectors runs at most once for a report, so that the machine's names are looked up once. One that
+// may wait runs in a child, and what it found comes back as name, value, name, value; the file systems' table as five
+// texts for each.
+
 #include "machine.h"
+
+#include "host_facts.h"
 
 #include "zorcomn/network.h"
 #include "zorcomn/session.h"
 #include "zorcomn/sysprops.h"
 
-#include <set>
+#include <algorithm>
+#include <cstdlib>
+#include <iterator>
 
+#include <ifaddrs.h>
+#include <net/if.h>
 #include <sys/socket.h>
+#include <sys/statvfs.h>
 #include <time.h>
 
 namespace session = velmora_com::vta::session;
@@ -15,6 +26,8 @@ namespace sysprops = velmora_com::vta::sysprops;
 namespace zorprops {
 
 namespace {
+
+using sysprops::ISysProps;
 
 std::string narrow(const std::wstring &text) {
     return sysprops::sysprops_wide_to_ansi(text);
@@ -25,41 +38,253 @@ void setUpTimeZone() {
     tzset();
 }
 
-/** Whether the query by name answers this one. */
-bool isAnswered(sysprops::ISysProps &machine, const std::wstring &name) {
-    return machine.IsNetworkProperty(name) || machine.IsCPUProperty(name) || machine.IsMemoryProperty(name) ||
-           machine.IsMiscProperty(name) || machine.IsDiskProperty(name) || machine.IsOSProperty(name);
+/** The collector's own 'this failed', as a name that no property has. */
+constexpr char kUnread[] = "";
+
+void append(Texts &texts, const Texts &more) {
+    texts.insert(texts.end(), more.begin(), more.end());
 }
 
-/** The figure of one mount point, asked for by the name that the flat report gives it. */
-std::optional<std::string> fileSystemFigure(sysprops::ISysProps &machine, const std::wstring &name) {
-    sysprops::DiskInformation disks;
-    machine.GetDiskInformation(disks);
-    for (const auto &[mountPoint, space] : disks.FileSystems) {
-        std::wstring prefix = sysprops::FileSystemName;
-        prefix.append(L"\"").append(mountPoint).append(L"\" ");
-        if (name == prefix + sysprops::FileSystemTotalSpace)
-            return narrow(space.first);
-        if (name == prefix + sysprops::FileSystemFreeSpace)
-            return narrow(space.second);
+Texts systemTexts(ISysProps &machine) {
+    sysprops::OSInformation info;
+    const bool isTold = machine.GetOSInformation(info);
+    Texts texts{"OSType",     narrow(info.OSType),     "OSVersion",    narrow(info.OSVersion),
+                "OSBuildNum", narrow(info.OSBuildNum), "OSCsdVersion", narrow(info.OSCsdVersion),
+                "OSPlatform", narrow(info.OSPlatform), "OSBitMode",    narrow(info.OSBitMode),
+                "OSOEMId",    narrow(info.OSOEMId),    "PlatformID",   narrow(info.PlatformID)};
+    if (!isTold && ZORPROPS_HOST_IS_TARGET) // elsewhere there is nothing to read
+        append(texts, {kUnread, "OSVersion", kUnread, "OSBuildNum", kUnread, "OSPlatform"});
+    return texts;
+}
+
+Texts processorTexts(ISysProps &machine) {
+    sysprops::CPUInformation info;
+    machine.GetCPUInformation(info); // false: no name for it, which is no failure
+    return {"CPUType",         narrow(info.CPUType),         "CPUSpeed",   narrow(info.CPUSpeed),
+            "NumOfCPU",        narrow(info.NumOfCPU),        "IsPortable", narrow(info.IsPortable),
+            "CPUSerialNumber", narrow(info.CPUSerialNumber)};
+}
+
+Texts memoryTexts(ISysProps &machine) {
+    sysprops::MemoryInformation info;
+    machine.GetMemoryInformation(info); // false: FreeMemory has no value
+    return {"TotalPhysicalMemory", narrow(info.TotalPhysicalMemory), "FreeMemory", narrow(info.FreeMemory)};
+}
+
+/** Whether the system's list of interfaces can be read and has none with an address that the library would report. */
+bool hasNoAddress() {
+    ifaddrs *list = nullptr;
+    if (getifaddrs(&list) != 0)
+        return false;
+    bool isFound = false;
+    for (const ifaddrs *entry = list; entry; entry = entry->ifa_next)
+        isFound = isFound || (entry->ifa_addr && (entry->ifa_flags & IFF_UP) && !(entry->ifa_flags & IFF_LOOPBACK) &&
+                              (entry->ifa_addr->sa_family == AF_INET || entry->ifa_addr->sa_family == AF_INET6));
+    freeifaddrs(list);
+    return !isFound;
+}
+
+Texts networkTexts(ISysProps &machine) {
+    sysprops::NetworkInformation info;
+    const bool isTold = machine.GetNetworkInformation(info);
+    Texts texts{"ComputerName",  narrow(info.ComputerName),  "DomainName", narrow(info.DomainName),
+                "IPHostName",    narrow(info.IPHostName),    "IPAddress",  narrow(info.IPAddress),
+                "SubnetMask",    narrow(info.SubnetMask),    "NETAddress", narrow(info.NETAddress),
+                "SubnetAddress", narrow(info.SubnetAddress), "IPXAddress", narrow(info.IPXAddress)};
+    if (!isTold && !hasNoAddress())
+        append(texts, {kUnread, "IPAddress", kUnread, "SubnetMask", kUnread, "NETAddress", kUnread, "SubnetAddress"});
+    return texts;
+}
+
+Texts userTexts(ISysProps &machine) {
+    setUpTimeZone();
+    sysprops::MiscInformation info;
+    machine.GetMiscInformation(info);
+    return {"UserName",      narrow(info.UserName),      "TimeZone",   narrow(info.TimeZone),
+            "DefaultLangID", narrow(info.DefaultLangID), "LastUpdate", narrow(info.LastUpdate)};
+}
+
+constexpr char kFileSystem[] = "FileSystem"; // before the five texts of one
+
+Texts diskTexts(ISysProps &machine) {
+    sysprops::DiskInformation info;
+    machine.GetDiskInformation(info);
+    Texts texts{"TotalDiskSpace", narrow(info.TotalDiskSpace),      "FreeDiskSpace",
+                narrow(info.FreeDiskSpace), "NumberOfFileSystems", narrow(info.NumberOfFileSystems)};
+    for (const auto &[mountPoint, space] : info.FileSystems) {
+        append(texts, {kFileSystem, narrow(mountPoint), narrow(space.first), narrow(space.second)});
+        struct statvfs figures;
+        if (statvfs(texts[texts.size() - 3].c_str(), &figures) == 0)
+            append(texts, {std::to_string(uint64_t(figures.f_blocks) * figures.f_frsize),
+                           std::to_string(uint64_t(figures.f_bavail) * figures.f_frsize)});
+        else
+            append(texts, {"", ""});
     }
-    return std::nullopt;
+    return texts;
 }
 
-std::optional<std::string> collectProperty(sysprops::ISysProps &machine, const std::string &name) {
-    const std::wstring wideName = sysprops::sysprops_ansi_to_wide(name);
-    if (narrow(wideName) != name) // no UTF-8: only its beginning would be looked for
-        return std::nullopt;
-    if (machine.IsMiscProperty(wideName))
-        setUpTimeZone();
-    if (isAnswered(machine, wideName))
-        return narrow(machine.GetOneSystemProperty(wideName));
-    // The full report has this one, but the query by name does not know it.
-    if (wideName == sysprops::NumFileSystems_Key)
-        return narrow(machine.GetOneDiskProperty(wideName));
-    if (wideName.rfind(sysprops::FileSystemName + L'"', 0) == 0)
-        return fileSystemFigure(machine, wideName);
-    return std::nullopt;
+Texts collectorTexts(Source source) {
+    ISysProps machine;
+    switch (source) {
+    case Source::System:
+        return systemTexts(machine);
+    case Source::Processor:
+        return processorTexts(machine);
+    case Source::Memory:
+        return memoryTexts(machine);
+    case Source::Network:
+        return networkTexts(machine);
+    case Source::Users:
+        return userTexts(machine);
+    case Source::Disks:
+        break;
+    }
+    return diskTexts(machine);
+}
+
+/** Some of a group's properties, each by itself: the library then asks for no more than they need. */
+Texts singleTexts(const std::vector<const Word *> &words) {
+    ISysProps machine;
+    Texts texts;
+    for (const Word *word : words) {
+        if (word->source == Source::Users)
+            setUpTimeZone();
+        const std::wstring name = sysprops::sysprops_ansi_to_wide(word->name);
+        const bool isGrouped = name != sysprops::NumFileSystems_Key; // the one that the query by name does not know
+        append(texts, {word->name,
+                       narrow(isGrouped ? machine.GetOneSystemProperty(name) : machine.GetOneDiskProperty(name))});
+    }
+    return texts;
+}
+
+std::optional<uint64_t> number(const std::string &digits) {
+    return digits.empty() ? std::nullopt : std::optional<uint64_t>(std::strtoull(digits.c_str(), nullptr, 10));
+}
+
+/** Enters what a collector found. What is there already stays. */
+void enter(Report &report, const Texts &texts) {
+    for (size_t i = 0; i + 1 < texts.size(); i += 2) {
+        if (texts[i] == kUnread) {
+            report.unread.insert(texts[i + 1]);
+        } else if (texts[i] != kFileSystem) {
+            report.properties.emplace(texts[i], texts[i + 1]);
+        } else if (i + 5 < texts.size()) {
+            report.fileSystems.push_back(
+                {texts[i + 1], texts[i + 2], texts[i + 3], number(texts[i + 4]), number(texts[i + 5])});
+            i += 4;
+        }
+    }
+}
+
+/** The disks of this host together: unknown as soon as one of them is. */
+void addDisks(Report &report) {
+    uint64_t total = 0, available = 0;
+    for (const FileSystem &fileSystem : report.fileSystems) {
+        if (!fileSystem.totalBytes || !fileSystem.availableBytes)
+            return;
+        total += *fileSystem.totalBytes;
+        available += *fileSystem.availableBytes;
+    }
+    if (report.fileSystems.empty())
+        return;
+    report.host["diskTotal"] = std::to_string(total);
+    report.host["diskAvailable"] = std::to_string(available);
+}
+
+const char *kindOfWait(Source source) {
+    switch (source) {
+    case Source::Network:
+        return "name look-ups";
+    case Source::Users:
+        return "the list of users";
+    case Source::Disks:
+        return "the disks";
+    default:
+        return "the operating system's commands";
+    }
+}
+
+bool isHostFact(const Word *word) {
+    return word >= hostFacts().data() && word < hostFacts().data() + hostFacts().size();
+}
+
+/** What is asked of one collector. */
+struct Share {
+    Source source;
+    std::vector<const Word *> words;
+    bool isWhole; // the collector's whole record, else each word by itself
+    bool isSpare; // for the case only that the collector gets stuck
+};
+
+bool isPrompt(const Word *word) {
+    return word->has(Prompt);
+}
+
+constexpr size_t kFew = 3; // so many by themselves, when that keeps the whole record from being waited for
+
+Share shareOf(Source source, const std::vector<const Word *> &asked, bool withFileSystems) {
+    Share share{source, {}, false, false};
+    for (const Word *word : asked)
+        if (word->source == source && !isHostFact(word))
+            share.words.push_back(word);
+    const bool needsTable =
+        source == Source::Disks &&
+        (withFileSystems || std::any_of(asked.begin(), asked.end(), [](const Word *word) {
+             return isHostFact(word) && word->source == Source::Disks;
+         }));
+    const bool needsNobody =
+        share.words.size() <= kFew && std::all_of(share.words.begin(), share.words.end(), isPrompt);
+    share.isWhole = needsTable || (share.words.size() > 1 && !needsNobody);
+    return share;
+}
+
+/** Who is asked for what, in the order of asking: names last, since they are what keeps one waiting. What no record has to be
+ * waited for is asked for by itself when its record does not come. */
+std::vector<Share> sharesOf(const std::vector<const Word *> &asked, bool withFileSystems) {
+    std::vector<Share> shares;
+    for (const Source source : {Source::Processor, Source::Memory, Source::Disks, Source::Users, Source::System,
+                                Source::Network}) {
+        const Share share = shareOf(source, asked, withFileSystems);
+        if (share.isWhole || !share.words.empty())
+            shares.push_back(share);
+        Share spare{source, {}, false, true};
+        if (share.isWhole)
+            std::copy_if(share.words.begin(), share.words.end(), std::back_inserter(spare.words), isPrompt);
+        if (!spare.words.empty())
+            shares.push_back(spare);
+    }
+    return shares;
+}
+
+Texts textsOf(const Share &share) {
+    return share.isWhole ? collectorTexts(share.source) : singleTexts(share.words);
+}
+
+bool mayWait(const Share &share) {
+    return std::any_of(share.words.begin(), share.words.end(), [](const Word *word) { return !word->has(AtOnce); }) ||
+           share.words.empty();
+}
+
+/** Names what a collector that did not come to its end owes, unless it came another way. */
+void blame(Report &report, Source source, const std::vector<const Word *> &asked, Outcome::State state) {
+    auto &names = state == Outcome::Late ? report.late : report.unread;
+    for (const Word *word : asked) {
+        if (word->source != source)
+            continue;
+        if (isHostFact(word) ? source == Source::Disks && report.host.count(word->name) == 0
+                             : report.properties.emplace(word->name, "N/A").second)
+            names.insert(isHostFact(word) ? kHostPrefix + std::string(word->name) : word->name);
+    }
+}
+
+/** Names what has no value although it should. */
+void judge(Report &report, const std::vector<const Word *> &asked) {
+    for (const Word *word : asked) {
+        const auto found = report.properties.find(word->name);
+        if (found != report.properties.end() && word->has(Always) && report.late.count(word->name) == 0 &&
+            (found->second.empty() || found->second == "N/A"))
+            report.unread.insert(word->name);
+    }
 }
 
 Interface describe(const velmora_com::vta::NetInterface &record) {
@@ -70,40 +295,44 @@ Interface describe(const velmora_com::vta::NetInterface &record) {
     return described;
 }
 
-std::vector<std::string> narrowed(const std::set<std::wstring> &names) {
-    std::vector<std::string> texts;
-    texts.reserve(names.size());
-    for (const std::wstring &name : names)
-        texts.push_back(narrow(name));
-    return texts;
-}
-
 } // namespace
 
 void setLocalAddress(const std::string &address) {
     qelcomn_set_local_ip_addr(sysprops::sysprops_ansi_to_wide(address));
 }
 
-Report collectReport() {
-    setUpTimeZone();
-    std::map<std::wstring, std::wstring> properties;
-    std::map<std::wstring, std::pair<std::wstring, std::wstring>> fileSystems;
-    sysprops::ISysProps().GetAllSystemProperties(properties, fileSystems);
-    Report report;
-    for (const auto &[name, value] : properties)
-        report.properties.emplace(narrow(name), narrow(value));
-    for (const auto &[mountPoint, space] : fileSystems)
-        report.fileSystems.push_back({narrow(mountPoint), narrow(space.first), narrow(space.second)});
+Report collect(const std::vector<const Word *> &asked, bool withFileSystems, const Patience &patience) {
+    std::vector<Share> quick, slow;
+    for (Share &share : sharesOf(asked, withFileSystems))
+        (mayWait(share) ? slow : quick).push_back(std::move(share));
+    std::vector<Job> jobs;
+    for (const Share &share : slow)
+        jobs.push_back({kindOfWait(share.source), [&share] { return textsOf(share); }, share.isSpare});
+    Workers workers(std::move(jobs), patience);
+
+    Report report; // meanwhile
+    for (const Share &share : quick)
+        enter(report, textsOf(share));
+    if (std::any_of(asked.begin(), asked.end(), isHostFact))
+        report.host = collectHostFacts();
+
+    const std::vector<Outcome> outcomes = workers.wait();
+    for (const Outcome &outcome : outcomes)
+        enter(report, outcome.texts);
+    addDisks(report);
+    for (size_t i = 0; i < slow.size(); ++i)
+        if (outcomes[i].state != Outcome::Done && !slow[i].isSpare)
+            blame(report, slow[i].source, asked, outcomes[i].state);
+    judge(report, asked);
     return report;
 }
 
-std::vector<std::optional<std::string>> collectProperties(const std::vector<std::string> &names) {
-    sysprops::ISysProps machine;
-    std::vector<std::optional<std::string>> values;
-    values.reserve(names.size());
-    for (const std::string &name : names)
-        values.push_back(collectProperty(machine, name));
-    return values;
+Report collectReport(const Patience &patience) {
+    std::vector<const Word *> all;
+    for (const std::vector<Word> *words : {&properties(), &hostFacts()})
+        for (const Word &word : *words)
+            all.push_back(&word);
+    return collect(all, true, patience);
 }
 
 std::vector<Interface> collectInterfaces(bool includeLoopback) {
@@ -115,12 +344,31 @@ std::vector<Interface> collectInterfaces(bool includeLoopback) {
     return interfaces;
 }
 
-Users collectUsers() {
-    std::set<std::wstring> networkUsers, localUsers;
-    session::CollectLoggedonUsers(networkUsers, localUsers, false);
-    std::wstring combined;
-    session::CollectAllLoggedonUsers(combined);
-    return {narrowed(networkUsers), narrowed(localUsers), narrow(combined)};
+Users collectUsers(const Patience &patience) {
+    Workers workers({{"the list of users",
+                      [] {
+                          std::set<std::wstring> network, local;
+                          session::CollectLoggedonUsers(network, local, false);
+                          std::wstring combined;
+                          session::CollectAllLoggedonUsers(combined);
+                          Texts texts{narrow(combined), std::to_string(network.size())};
+                          for (const auto *names : {&network, &local})
+                              for (const std::wstring &name : *names)
+                                  texts.push_back(narrow(name));
+                          return texts;
+                      },
+                      false}},
+                    patience);
+    const Outcome outcome = std::move(workers.wait().front());
+    Users users;
+    users.state = outcome.state;
+    if (outcome.texts.size() < 2)
+        return users;
+    users.combined = outcome.texts[0];
+    const size_t networkCount = std::strtoul(outcome.texts[1].c_str(), nullptr, 10);
+    for (size_t i = 2; i < outcome.texts.size(); ++i)
+        (i - 2 < networkCount ? users.network : users.local).push_back(outcome.texts[i]);
+    return users;
 }
 
 } // namespace zorprops

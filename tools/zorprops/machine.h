@@ -1,10 +1,14 @@
 #pragma once
 
-// What the library tells about this machine, as narrow text.
+// What the library tells about this machine, as narrow text, and what is known about this host besides.
 
-#include <cstddef>
+#include "vocabulary.h"
+#include "workers.h"
+
+#include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -12,11 +16,17 @@ namespace zorprops {
 
 struct FileSystem {
     std::string mountPoint, totalMegabytes, freeMegabytes;
+    std::optional<uint64_t> totalBytes = {}, availableBytes = {}; // to users
 };
 
+/** Facts that were asked for, by name. */
 struct Report {
-    std::map<std::string, std::string> properties;
-    std::vector<FileSystem> fileSystems; // by mount point
+    std::map<std::string, std::string> properties; // as the library has them
+    std::map<std::string, std::string> host;       // what is known
+    std::vector<FileSystem> fileSystems;           // by mount point
+    std::set<std::string> late, unread;            // properties and host facts that are therefore not known
+
+    bool isComplete() const { return late.empty() && unread.empty(); }
 };
 
 struct Address {
@@ -33,20 +43,21 @@ struct Interface {
 struct Users {
     std::vector<std::string> network, local;
     std::string combined; // as the report has them: cut where they are many
+    Outcome::State state = Outcome::Done;
 };
 
 /** Sets the last known local address for what is collected from now on. */
 void setLocalAddress(const std::string &address);
 
-/** Every property and file system. */
-Report collectReport();
+/** Every property, fact of this host and file system. */
+Report collectReport(const Patience &patience);
 
-/** The values of some properties, in the order asked; nothing for a name that no property has. */
-std::vector<std::optional<std::string>> collectProperties(const std::vector<std::string> &names);
+/** What these words need, and no more; withFileSystems: the table of file systems too. */
+Report collect(const std::vector<const Word *> &asked, bool withFileSystems, const Patience &patience);
 
 /** The interfaces that are up and have an address, in the library's order. */
 std::vector<Interface> collectInterfaces(bool includeLoopback);
 
-Users collectUsers();
+Users collectUsers(const Patience &patience);
 
 } // namespace zorprops

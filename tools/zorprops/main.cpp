@@ -1,94 +1,37 @@
 // zorprops: reports the facts of this machine through the library, as an agent would ask for them.
 
-#include "json_report.h"
+#include "answers.h"
+#include "command_line.h"
 #include "machine.h"
-#include "options.h"
 #include "own_output.h"
-#include "text_report.h"
-#include "vocabulary.h"
+#include "watch.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
+
+#include <unistd.h>
 
 namespace zorprops {
 
 namespace {
 
-enum ExitCode { Answered = 0, NotAnswered = 1, BadUsage = 2 };
+constexpr unsigned int kUsualColumns = 80, kFewestColumns = 20;
 
-/** What goes to standard output and what to standard error. */
-struct Answer {
-    std::string output;
-    std::string messages = {};
-    ExitCode exitCode = Answered;
-};
-
-std::string message(const std::string &text) {
-    return "zorprops: " + printable(text) + "\n";
-}
-
-/** The note that goes with the texts which are the target system's on every host. */
-std::string hostNote([[maybe_unused]] const std::vector<std::string> &names) {
-#if ZORPROPS_HOST_IS_TARGET
-    return {};
-#else
-    constexpr const char *kFixed[] = {"OSType", "OSOEMId", "PlatformID"};
-    const bool reportsFixed = std::any_of(names.begin(), names.end(), [&](const std::string &name) {
-        return std::find(std::begin(kFixed), std::end(kFixed), name) != std::end(kFixed);
-    });
-    return reportsFixed ? message("note: this host is not the target system; OSType, OSOEMId and PlatformID are the "
-                                  "target's fixed texts")
-                        : std::string();
-#endif
-}
-
-std::string unknownName(const std::string &name) {
-    std::string nearest;
-    for (const std::string &candidate : nearestNames(name))
-        nearest += (nearest.empty() ? "" : ", ") + candidate;
-    return message("no property is named '" + name + "'; the nearest are " + nearest);
-}
-
-Answer report(bool json) {
-    const Report report = collectReport();
-    return {json ? asJson(report) : asText(report), hostNote({"OSType"})};
-}
-
-Answer get(const std::vector<std::string> &names, bool json) {
-    const std::vector<std::optional<std::string>> found = collectProperties(names);
-    std::vector<std::string> values;
-    std::string unknown;
-    for (size_t i = 0; i < names.size(); ++i) {
-        if (found[i])
-            values.push_back(*found[i]);
-        else
-            unknown += unknownName(names[i]);
-    }
-    if (!unknown.empty())
-        return {"", unknown, NotAnswered};
-    return {json ? asJson(names, values) : asText(names, values), hostNote(names)};
-}
-
-Answer answer(const Options &options) {
-    switch (options.command) {
-    case Command::Get:
-        return get(options.names, options.json);
-    case Command::List:
-        return {options.json ? listAsJson() : listAsText()};
-    case Command::Interfaces: {
-        const std::vector<Interface> interfaces = collectInterfaces(options.loopback);
-        return {options.json ? asJson(interfaces) : asText(interfaces)};
-    }
-    case Command::Users: {
-        const Users users = collectUsers();
-        return {options.json ? asJson(users) : asText(users)};
-    }
-    case Command::Report:
-        break;
-    }
-    return report(options.json);
+/** How the output is to look: by the terminal that it goes to, else plain and without a limit. */
+Style styleOf(const OwnOutput &output) {
+    unsigned int columns = output.terminalColumns();
+    if (columns == 0)
+        return {};
+    if (const char *wanted = std::getenv("COLUMNS"))
+        if (const unsigned long number = std::strtoul(wanted, nullptr, 10); number > 0 && number < 10000)
+            columns = static_cast<unsigned int>(number);
+    const char *noColour = std::getenv("NO_COLOR"), *terminal = std::getenv("TERM");
+    const bool isPlain = (noColour && *noColour) || !terminal || std::strcmp(terminal, "dumb") == 0;
+    return {std::max(columns, kFewestColumns), !isPlain};
 }
 
 /** Shows an answer; the exit code. */
@@ -101,17 +44,29 @@ int show(const Answer &answer, OwnOutput &output) {
     return NotAnswered;
 }
 
+int show(Information information, OwnOutput &output) {
+    if (information == Information::Version)
+        return show(Answer{"zorprops " ZORPROPS_VERSION "\n"}, output);
+    const size_t columns = styleOf(output).columns;
+    return show(Answer{helpText(columns == 0 ? kUsualColumns : std::min<size_t>(columns, kUsualColumns))}, output);
+}
+
 int run(int argc, char **argv) {
-    const auto parsed = parseOptions(argc, argv);
-    const auto *options = std::get_if<Options>(&parsed);
-    OwnOutput output(options && options->verbose);
+    const auto parsed = parseCommandLine({argv + std::min(argc, 1), argv + argc});
+    const auto *request = std::get_if<Request>(&parsed);
+    OwnOutput output(request && request->verbose);
     if (const auto *error = std::get_if<UsageError>(&parsed))
-        return show({"", message(error->message + " (try zorprops --help)"), BadUsage}, output);
+        return show(Answer{"", message(error->message + " (try zorprops --help)"), BadUsage}, output);
     if (const auto *information = std::get_if<Information>(&parsed))
-        return show({information->text}, output);
-    if (!options->localAddress.empty())
-        setLocalAddress(options->localAddress);
-    return show(answer(*options), output);
+        return show(*information, output);
+    std::signal(SIGCHLD, SIG_DFL); // whoever started this may have ignored it, and commands are waited for
+    if (!request->localAddress.empty())
+        setLocalAddress(request->localAddress);
+    const Patience patience{request->timeout, isatty(STDERR_FILENO) == 1, request->verbose,
+                            [&output] { output.abandon(); }, {}};
+    if (request->command == Command::Watch)
+        return watch(*request, output, patience);
+    return show(answer(*request, styleOf(output), patience), output);
 }
 
 } // namespace

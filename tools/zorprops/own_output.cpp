@@ -6,6 +6,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace zorprops {
@@ -13,17 +14,27 @@ namespace zorprops {
 namespace {
 
 constexpr int kFirstOwnDescriptor = 3; // not one of the standard three, even when the program starts without them
+constexpr unsigned int kUsualColumns = 80;
 
-/** Points standard output elsewhere. It is never left closed: the next file opened would become it, and diagnostics
- * would be written into that. */
-void redirectStandardOutput(bool toStandardError) {
+/** The lowest free descriptor is the one that opens: from 0 on, each that is missing gets taken. */
+void takeMissingDescriptors() {
+    for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor)
+        if (fcntl(descriptor, F_GETFD) < 0 && errno == EBADF)
+            open("/dev/null", O_RDWR);
+}
+
+/** Points standard output elsewhere; false when diagnostics would still land in the output. */
+bool redirectStandardOutput(bool toStandardError) {
     const int nowhere = open("/dev/null", O_RDWR); // open for a moment alone
-    if (toStandardError || nowhere < 0)
-        dup2(STDERR_FILENO, STDOUT_FILENO);
-    else
-        dup2(nowhere, STDOUT_FILENO);
+    const int target = toStandardError || nowhere < 0 ? STDERR_FILENO : nowhere;
+    bool isRedirected = dup2(target, STDOUT_FILENO) == STDOUT_FILENO;
+    if (!isRedirected) { // the other way: the lowest free one is what opens next
+        close(STDOUT_FILENO);
+        isRedirected = open("/dev/null", O_RDWR) == STDOUT_FILENO;
+    }
     if (nowhere >= kFirstOwnDescriptor)
         close(nowhere);
+    return isRedirected;
 }
 
 /** A descriptor of standard output's file that commands run by the library do not inherit. In two steps, which every
@@ -48,18 +59,27 @@ void waitUntilWritable(int descriptor) {
 
 OwnOutput::OwnOutput(bool passDiagnosticsOn)
     : m_descriptor(ownStandardOutput()), m_error(m_descriptor < 0 ? errno : 0) {
-    redirectStandardOutput(passDiagnosticsOn);
+    std::signal(SIGPIPE, SIG_IGN); // errors to report, not silent ends
+#ifdef SIGXFSZ
+    std::signal(SIGXFSZ, SIG_IGN);
+#endif
+    takeMissingDescriptors();
+    if (!redirectStandardOutput(passDiagnosticsOn) && m_error == 0)
+        m_error = EBADF; // rather no report than a spoilt one
 }
 
 OwnOutput::~OwnOutput() {
-    if (m_descriptor >= 0)
-        close(m_descriptor);
+    abandon();
 }
 
-int OwnOutput::finish(const std::string &text) {
-    std::signal(SIGPIPE, SIG_IGN); // a reader gone is an error to report, not a silent end
+void OwnOutput::abandon() {
+    if (m_descriptor >= 0)
+        close(std::exchange(m_descriptor, -1));
+}
+
+int OwnOutput::write(const std::string &text) {
     for (size_t written = 0; m_error == 0 && written < text.size();) {
-        const ssize_t count = write(m_descriptor, text.data() + written, text.size() - written);
+        const ssize_t count = ::write(m_descriptor, text.data() + written, text.size() - written);
         if (count >= 0)
             written += static_cast<size_t>(count);
         else if (errno == EAGAIN)
@@ -67,10 +87,22 @@ int OwnOutput::finish(const std::string &text) {
         else if (errno != EINTR)
             m_error = errno;
     }
+    return m_error;
+}
+
+int OwnOutput::finish(const std::string &text) {
+    write(text);
     // Some file systems tell only now that the disk is full.
     if (m_descriptor >= 0 && close(std::exchange(m_descriptor, -1)) != 0 && m_error == 0 && errno != EINTR)
         m_error = errno;
     return m_error;
+}
+
+unsigned int OwnOutput::terminalColumns() const {
+    if (m_descriptor < 0 || !isatty(m_descriptor))
+        return 0;
+    winsize size{};
+    return ioctl(m_descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kUsualColumns;
 }
 
 } // namespace zorprops

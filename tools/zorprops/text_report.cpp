@@ -3,97 +3,81 @@
 #include "vocabulary.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 
 namespace zorprops {
 
 namespace {
 
-/** The length of the UTF-8 character that starts here; 0 where none does. */
-size_t characterLength(const std::string &text, size_t at) {
-    const auto byte = [&](size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u; };
-    const auto isTail = [&](size_t i) { return (byte(i) & 0xC0u) == 0x80u; };
-    const unsigned int first = byte(at), second = byte(at + 1);
-    if (first < 0x80)
-        return 1;
-    if (first >= 0xC2 && first <= 0xDF)
-        return isTail(at + 1) ? 2 : 0;
-    if (first >= 0xE0 && first <= 0xEF) {
-        const bool overlong = first == 0xE0 && second < 0xA0, surrogate = first == 0xED && second >= 0xA0;
-        return isTail(at + 1) && isTail(at + 2) && !overlong && !surrogate ? 3 : 0;
-    }
-    if (first >= 0xF0 && first <= 0xF4) {
-        const bool overlong = first == 0xF0 && second < 0x90, tooBig = first == 0xF4 && second >= 0x90;
-        return isTail(at + 1) && isTail(at + 2) && isTail(at + 3) && !overlong && !tooBig ? 4 : 0;
-    }
-    return 0;
+constexpr char kIndent[] = "  ";
+
+size_t widestName() {
+    size_t width = 0;
+    for (const Word &word : properties())
+        width = std::max(width, std::string(word.name).size());
+    return width;
 }
 
-/** Whether a terminal may take the character for an order: the control characters of ASCII and of ISO 6429. */
-bool isControl(const std::string &text, size_t at) {
-    const auto first = static_cast<unsigned char>(text[at]);
-    return first < 0x20 || first == 0x7F || (first == 0xC2 && static_cast<unsigned char>(text[at + 1]) < 0xA0);
+/** A table of names and values; one width for all groups, so that the values stand in one column. Where the line is too
+ * narrow for that, each group has its own. */
+Table namesAndValues(const Style &style) {
+    constexpr size_t kWide = 60;
+    Table table({Align::Left, Align::Left}, 1);
+    if (style.columns == 0 || style.columns >= kWide)
+        table.widen(widestName());
+    return table;
 }
 
-std::string escaped(const std::string &bytes) {
-    constexpr char kDigits[] = "0123456789abcdef";
-    std::string text;
-    for (const char c : bytes) {
-        const auto byte = static_cast<unsigned char>(c);
-        text += {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 0xF]};
-    }
+std::string withAvailable(const std::map<std::string, std::string> &host, const char *total, const char *available,
+                          const char *end) {
+    const auto whole = host.find(total), part = host.find(available);
+    std::string text = whole == host.end() ? "" : readableBytes(whole->second);
+    if (part != host.end())
+        text += (text.empty() ? "" : ", ") + readableBytes(part->second) + end;
     return text;
 }
 
-/** The width in characters. */
-size_t widthOf(const std::string &text) {
-    return static_cast<size_t>(std::count_if(text.begin(), text.end(),
-                                             [](char c) { return (static_cast<unsigned char>(c) & 0xC0u) != 0x80u; }));
+std::string hostGroup(const std::map<std::string, std::string> &host, const Style &style) {
+    const auto value = [&](const char *name) {
+        const auto found = host.find(name);
+        return found == host.end() ? std::string() : found->second;
+    };
+    std::string system = value("operatingSystem");
+    const std::string version = value("operatingSystemVersion");
+    if (system.find(version) == std::string::npos)
+        system += (system.empty() ? "" : " ") + version;
+    const std::string uptime = value("uptime");
+    const struct {
+        const char *name;
+        std::string value;
+    } rows[] = {
+        {"Operating system", system},
+        {"Kernel", value("kernel")},
+        {"Architecture", value("architecture")},
+        {"Processor", value("processor")},
+        {"Memory", withAvailable(host, "memoryTotal", "memoryAvailable", " available")},
+        {"Disk", withAvailable(host, "diskTotal", "diskAvailable", " available to users")},
+        {"Address", value("address")},
+        {"Time zone", value("zone")},
+        {"Locale", value("locale")},
+        {"Up for", uptime.empty() ? "" : readableSeconds(uptime)},
+        {"Container", value("container")},
+        {"Virtual machine", value("virtualMachine")},
+    };
+    Table table = namesAndValues(style);
+    for (const auto &row : rows)
+        if (!row.value.empty())
+            table.add({row.name, row.value});
+    return style.heading("This host") + "\n" + table.text(kIndent, style) + "\n";
 }
 
-enum class Align { Left, Right };
-
-/** Rows of cells, each column as wide as its widest cell. */
-class Table {
-public:
-    explicit Table(std::vector<Align> alignment) : m_alignment(std::move(alignment)) {}
-
-    void add(std::vector<std::string> cells) {
-        for (std::string &cell : cells)
-            cell = printable(cell);
-        m_rows.push_back(std::move(cells));
-    }
-
-    std::string text(const std::string &indent) const {
-        std::vector<size_t> widths(m_alignment.size());
-        for (const auto &row : m_rows)
-            for (size_t i = 0; i < row.size(); ++i)
-                widths[i] = std::max(widths[i], widthOf(row[i]));
-        std::string lines;
-        for (const auto &row : m_rows)
-            lines += line(indent, row, widths);
-        return lines;
-    }
-
-private:
-    std::string line(std::string text, const std::vector<std::string> &row, const std::vector<size_t> &widths) const {
-        for (size_t i = 0; i < row.size(); ++i) {
-            const std::string padding(widths[i] - widthOf(row[i]), ' ');
-            text += i == 0 ? "" : "  ";
-            text += m_alignment[i] == Align::Left ? row[i] + padding : padding + row[i];
-        }
-        return text.substr(0, text.find_last_not_of(' ') + 1) + '\n';
-    }
-
-    std::vector<Align> m_alignment;
-    std::vector<std::vector<std::string>> m_rows;
-};
-
-std::string fileSystemTable(const std::vector<FileSystem> &fileSystems) {
-    Table table({Align::Left, Align::Right, Align::Right});
+std::string fileSystemTable(const std::vector<FileSystem> &fileSystems, const Style &style) {
+    Table table({Align::Left, Align::Right, Align::Right}, 0);
     table.add({"Mount point", "Total MB", "Free MB"});
     for (const FileSystem &fileSystem : fileSystems)
         table.add({fileSystem.mountPoint, fileSystem.totalMegabytes, fileSystem.freeMegabytes});
-    return "File systems\n" + table.text("  ");
+    return style.heading("File systems") + "\n" + table.text(kIndent, style);
 }
 
 void addNames(Table &table, const char *title, const std::vector<std::string> &names) {
@@ -103,74 +87,118 @@ void addNames(Table &table, const char *title, const std::vector<std::string> &n
         table.add({&name == &names.front() ? title : "", name});
 }
 
-} // namespace
-
-std::string printable(const std::string &text) {
+std::string lines(const std::string &text, const Style &style) {
     std::string result;
-    for (size_t i = 0; i < text.size();) {
-        const size_t length = characterLength(text, i);
-        const std::string character = text.substr(i, std::max<size_t>(length, 1));
-        result += length == 0 || isControl(text, i) ? escaped(character) : character;
-        i += character.size();
-    }
+    for (const std::string &line : wrapped(text, style.columns))
+        result += line + "\n";
     return result;
 }
 
-std::string asText(const Report &report) {
-    size_t nameWidth = 0; // one for all groups, so that the values stand in one column
-    for (const auto &property : report.properties)
-        nameWidth = std::max(nameWidth, property.first.size());
+} // namespace
+
+std::string readableBytes(const std::string &bytes) {
+    constexpr const char *kUnits[] = {"bytes", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
+    double amount = std::strtod(bytes.c_str(), nullptr);
+    size_t unit = 0;
+    for (; amount >= 1024 && unit + 1 < std::size(kUnits); ++unit)
+        amount /= 1024;
+    char text[48];
+    std::snprintf(text, sizeof text, unit == 0 ? "%.0f %s" : "%.1f %s", amount, kUnits[unit]);
+    return text;
+}
+
+std::string readableSeconds(const std::string &seconds) {
+    const unsigned long long total = std::strtoull(seconds.c_str(), nullptr, 10);
+    const unsigned long long days = total / 86400, hours = total / 3600 % 24, minutes = total / 60 % 60;
     std::string text;
-    for (const Group &group : groups()) {
-        Table table({Align::Left, Align::Left});
-        for (const std::string &name : group.names)
-            if (const auto found = report.properties.find(name); found != report.properties.end())
-                table.add({name + std::string(nameWidth - name.size(), ' '), found->second});
-        text += group.title + ("\n" + table.text("  ")) + "\n";
+    if (days > 0)
+        text += std::to_string(days) + (days == 1 ? " day " : " days ");
+    if (total >= 3600)
+        text += std::to_string(hours) + " h ";
+    if (total >= 60)
+        return text + std::to_string(minutes) + " min";
+    return std::to_string(total) + " s";
+}
+
+std::string asText(const Report &report, const Style &style) {
+    std::string text = hostGroup(report.host, style);
+    std::string withoutValue;
+    for (const Source source : kSources) {
+        Table table = namesAndValues(style);
+        bool isEmpty = true;
+        for (const Word &word : properties()) {
+            const auto found = report.properties.find(word.name);
+            if (word.source != source || found == report.properties.end())
+                continue;
+            const bool isLate = report.late.count(word.name) > 0, isUnread = report.unread.count(word.name) > 0;
+            const bool isKnown = valueOf(word, found->second).kind != Value::Unknown;
+            if (isKnown || isLate || isUnread) {
+                table.add({word.name, isLate ? "(not told in time)" : isUnread ? "(not readable)" : found->second});
+                isEmpty = false;
+            } else {
+                withoutValue += (withoutValue.empty() ? "" : ", ") + std::string(word.name);
+            }
+        }
+        if (!isEmpty)
+            text += style.heading(titleOf(source)) + "\n" + table.text(kIndent, style) + "\n";
     }
-    return text + fileSystemTable(report.fileSystems);
+    text += fileSystemTable(report.fileSystems, style);
+    return withoutValue.empty() ? text : text + "\n" + lines("No value on this system: " + withoutValue, style);
 }
 
-std::string asText(const std::vector<std::string> &names, const std::vector<std::string> &values) {
-    if (values.size() == 1)
-        return values.front() + "\n";
-    std::string lines;
-    for (size_t i = 0; i < names.size(); ++i)
-        lines += printable(names[i]) + "=" + printable(values[i]) + "\n";
-    return lines;
+std::string asText(const std::vector<Item> &answers, bool isSingle, bool withoutUnknown) {
+    std::string text;
+    for (const Item &answer : answers) {
+        const bool isLeftOut = withoutUnknown && answer.value.kind == Value::Unknown;
+        if (!isSingle)
+            text += printable(answer.name) + "=" + (isLeftOut ? "" : printable(answer.text)) + "\n";
+        else if (!isLeftOut)
+            text += answer.text + "\n";
+    }
+    return text;
 }
 
-std::string asText(const std::vector<Interface> &interfaces) {
+std::string asText(const std::vector<Interface> &interfaces, const Style &style) {
     if (interfaces.empty())
         return "No interface is up with an address.\n";
     std::string text;
     for (const Interface &interface : interfaces) {
-        Table addresses({Align::Left, Align::Left, Align::Left});
+        Table addresses({Align::Left, Align::Left, Align::Left}, 0);
         addresses.add({"Address", "Mask", "Subnet"});
         for (const Address &address : interface.addresses)
             addresses.add({address.address, address.mask, address.subnet});
-        text += (text.empty() ? "" : "\n") + std::to_string(interface.index) + ": " + printable(interface.name) +
-                "  hardware address " + printable(interface.hardwareAddress) + "\n" + addresses.text("  ");
+        text += (text.empty() ? "" : "\n") + lines(std::to_string(interface.index) + ": " + printable(interface.name) +
+                "  hardware address " + printable(interface.hardwareAddress), style) + addresses.text(kIndent, style);
     }
     return text;
 }
 
-std::string asText(const Users &users) {
-    Table table({Align::Left, Align::Left});
+std::string asText(const Users &users, const Style &style) {
+    Table table({Align::Left, Align::Left}, 1);
     addNames(table, "Network users", users.network);
     addNames(table, "Local users", users.local);
     table.add({"Combined", users.combined.empty() ? "(none)" : users.combined});
-    return table.text("");
+    return table.text("", style);
 }
 
-std::string listAsText() {
+std::string listAsText(const Style &style) {
     std::string text;
-    for (const Group &group : groups()) {
-        text += (text.empty() ? "" : "\n") + std::string(group.title) + "\n";
-        for (const std::string &name : group.names)
-            text += "  " + name + "\n";
-    }
+    const auto add = [&](const char *title, const std::vector<Word> &words, const char *prefix, const Source *source) {
+        Table table({Align::Left, Align::Left, Align::Left, Align::Left}, 3);
+        for (const Word &word : words)
+            if (!source || word.source == *source)
+                table.add({std::string(prefix) + word.name, nameOf(word.type), word.unit, word.meaning});
+        text += (text.empty() ? "" : "\n") + style.heading(title) + "\n" + table.text(kIndent, style);
+    };
+    for (const Source &source : kSources)
+        add(titleOf(source), properties(), "", &source);
+    add("This host", hostFacts(), kHostPrefix, nullptr);
     return text;
+}
+
+std::string asText(const Change &change) {
+    const auto shown = [](const std::string &text) { return text.empty() ? std::string("(none)") : printable(text); };
+    return printable(change.name) + ": " + shown(change.before) + " -> " + shown(change.after) + "\n";
 }
 
 } // namespace zorprops
