@@ -245,7 +245,8 @@ std::string message(const std::string &text) {
 Answer complaintsAbout(const Report &report, const Patience &patience) {
     Answer answer;
     if (!report.late.empty())
-        add(answer, {{}, message("not told within " + seconds(patience.limit) + ": " + joined(report.late)), TimeRanOut});
+        add(answer,
+            {{}, message("not told within " + seconds(patience.limit) + ": " + joined(report.late)), TimeRanOut});
     if (!report.unread.empty())
         add(answer, {{}, message("could not be read: " + joined(report.unread)), NotAnswered});
     return answer;

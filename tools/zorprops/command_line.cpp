@@ -1,6 +1,7 @@
 // Options may stand anywhere, "--" ends them, a value follows after '=' or as the next word, letters may be written
-// together. No option may be cut short: a script's abbreviation would break when an option is added. Written here, by the
-// description's tables: a library for command lines costs more processor time than the whole of one property's answer.
+// together. No option may be cut short: a script's abbreviation would break when an option is added. Written here, by
+// the description's tables: a library for command lines costs more processor time than the whole of one property's
+// answer.
 
 #include "command_line.h"
 
@@ -181,9 +182,8 @@ private:
     }
 
     Refusal takeCount(const std::string &value) {
-        const bool isNumber = !value.empty() && value.size() <= 9 && std::all_of(value.begin(), value.end(), [](char c) {
-            return c >= '0' && c <= '9';
-        });
+        const bool isNumber = !value.empty() && value.size() <= 9 &&
+                              std::all_of(value.begin(), value.end(), [](char c) { return c >= '0' && c <= '9'; });
         m_request.count = isNumber ? std::strtoul(value.c_str(), nullptr, 10) : 0;
         return m_request.count > 0 ? std::nullopt : Refusal(UsageError{"--count: not a number from 1 on: " + value});
     }
@@ -193,9 +193,8 @@ private:
         if (m_words.empty())
             return std::nullopt;
         const std::string name = m_words.front();
-        const auto known = std::find_if(commands().begin(), commands().end(), [&](const CommandDescription &row) {
-            return *row.name && row.name == name;
-        });
+        const auto known = std::find_if(commands().begin(), commands().end(),
+                                        [&](const CommandDescription &row) { return *row.name && row.name == name; });
         if (known == commands().end())
             return UsageError{"no such command: " + name + suggestion(name, commands(), "")};
         m_request.command = known->command;
@@ -204,7 +203,8 @@ private:
         if (words.size() < known->fewest)
             return UsageError{name + " needs " + known->wordsShown};
         if (words.size() > known->most)
-            return UsageError{name + (known->most == 0 ? " takes no names: " : " takes no more: ") + words[known->most]};
+            return UsageError{name + (known->most == 0 ? " takes no names: " : " takes no more: ") +
+                              words[known->most]};
         if (known->words == Words::Shell && std::find(kShells.begin(), kShells.end(), words.front()) == kShells.end())
             return UsageError{"not one of " + listed(kShells) + ": " + words.front()};
         return std::nullopt;

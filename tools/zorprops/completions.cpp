@@ -1,5 +1,5 @@
-// The shells' completions, from the description and the vocabulary: commands, the options that go with them, the choices of
-// an option's value, names of properties, files.
+// The shells' completions, from the description and the vocabulary: commands, the options that go with them, the
+// choices of an option's value, names of properties, files.
 
 #include "description.h"
 
@@ -67,18 +67,19 @@ std::string bash() {
                        "    case $before in\n";
     for (const OptionDescription &option : options())
         if (option.value)
-            text += "    --" + std::string(option.name) + ") " +
-                    (option.choices.empty()
-                         ? std::string()
-                         : "COMPREPLY=($(compgen -W '" + joined(option.choices) + "' -- \"$word\")); ") +
-                    "return ;;\n";
+            text +=
+                "    --" + std::string(option.name) + ") " +
+                (option.choices.empty() ? std::string()
+                                        : "COMPREPLY=($(compgen -W '" + joined(option.choices) + "' -- \"$word\")); ") +
+                "return ;;\n";
     text += "    esac\n"
             "    for ((i = 1; i < COMP_CWORD; i++)); do\n"
             "        case ${COMP_WORDS[i]} in\n";
     std::string commandPattern = commandNames();
     for (char &c : commandPattern)
         c = c == ' ' ? '|' : c;
-    text += "        " + commandPattern + ") command=${COMP_WORDS[i]}; break ;;\n        esac\n    done\n"
+    text += "        " + commandPattern +
+            ") command=${COMP_WORDS[i]}; break ;;\n        esac\n    done\n"
             "    if [[ $word == -* ]]; then\n        case $command in\n";
     for (const CommandDescription &command : commands())
         text += "        '" + std::string(command.name) + "') COMPREPLY=($(compgen -W '" +
@@ -89,8 +90,8 @@ std::string bash() {
         if (!*command.name)
             text += name + "COMPREPLY=($(compgen -W '" + commandNames() + "' -- \"$word\")) ;;\n";
         else if (command.words == Words::Names)
-            text += name + "local nocase=$(shopt -p nocasematch); shopt -s nocasematch\n" +
-                    "        for i in " + names() + "; do [[ $i == \"$word\"* ]] && COMPREPLY+=(\"$i\"); done\n" +
+            text += name + "local nocase=$(shopt -p nocasematch); shopt -s nocasematch\n" + "        for i in " +
+                    names() + "; do [[ $i == \"$word\"* ]] && COMPREPLY+=(\"$i\"); done\n" +
                     "        eval \"$nocase\" ;;\n";
         else if (command.words == Words::Files)
             text += name + "COMPREPLY=($(compgen -f -- \"$word\")) ;;\n";
@@ -114,8 +115,8 @@ std::string zshOption(const OptionDescription &option) {
         value = ":" + std::string(option.value) + ":";
     else if (option.value)
         value = ":" + std::string(option.value) + ":(" + joined(option.choices) + ")";
-    std::string text = "'--" + std::string(option.name) + (option.value ? "=" : "") + "[" + zshHelp(option.help) + "]" +
-                       value + "'";
+    std::string text =
+        "'--" + std::string(option.name) + (option.value ? "=" : "") + "[" + zshHelp(option.help) + "]" + value + "'";
     if (option.letter)
         text += std::string(" '-") + option.letter + "[" + zshHelp(option.help) + "]'";
     return text;

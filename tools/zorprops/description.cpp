@@ -4,8 +4,9 @@
 
 namespace zorprops {
 
-const char *const kPurpose = "Reports the facts of this machine: what the management agent sends to its server, and what a "
-                             "person asks first.";
+const char *const kPurpose =
+    "Reports the facts of this machine: what the management agent sends to its server, and what a "
+    "person asks first.";
 
 const std::vector<const char *> kShells = {"bash", "zsh", "fish"};
 
@@ -31,29 +32,55 @@ const std::vector<CommandDescription> &commands() {
 
 const std::vector<OptionDescription> &options() {
     static const std::vector<OptionDescription> rows = {
-        {Option::Format, "format", 0, "FORMAT", {"text", "json", "yaml", "csv", "prometheus", "facts"},
+        {Option::Format,
+         "format",
+         0,
+         "FORMAT",
+         {"text", "json", "yaml", "csv", "prometheus", "facts"},
          {Command::Report, Command::Get, Command::List, Command::Interfaces, Command::Users, Command::Diff,
           Command::Watch},
          "text, json, yaml, csv; for the report also prometheus (for the node exporter) and facts (for facter and "
          "Ansible); diff and watch know text and json"},
-        {Option::Json, "json", 0, nullptr, {},
+        {Option::Json,
+         "json",
+         0,
+         nullptr,
+         {},
          {Command::Report, Command::Get, Command::List, Command::Interfaces, Command::Users, Command::Diff,
           Command::Watch},
          "the same as --format=json"},
-        {Option::LocalIp, "local-ip", 0, "ADDRESS", {},
+        {Option::LocalIp,
+         "local-ip",
+         0,
+         "ADDRESS",
+         {},
          {Command::Report, Command::Get, Command::Diff, Command::Watch},
          "the address that the machine last used: the one to report if the machine has it"},
         {Option::Loopback, "loopback", 0, nullptr, {}, {Command::Interfaces}, "the loopback interfaces too"},
         {Option::Null, "null", 0, nullptr, {}, {Command::Get}, "print nothing, or null, for what is not known"},
-        {Option::Timeout, "timeout", 0, "SECONDS", {},
+        {Option::Timeout,
+         "timeout",
+         0,
+         "SECONDS",
+         {},
          {Command::Report, Command::Get, Command::Users, Command::Diff, Command::Watch},
          "wait no longer for name servers, disks and commands, but report what is known by then; 10 if not given, 0 "
          "waits for ever"},
         {Option::Interval, "interval", 0, "SECONDS", {}, {Command::Watch}, "time between two looks; 10 if not given"},
         {Option::Count, "count", 0, "N", {}, {Command::Watch}, "end after so many looks"},
-        {Option::All, "all", 0, nullptr, {}, {Command::Diff, Command::Watch},
+        {Option::All,
+         "all",
+         0,
+         nullptr,
+         {},
+         {Command::Diff, Command::Watch},
          "also what is different with every look: times, uptime, available memory and disk space"},
-        {Option::Verbose, "verbose", 'v', nullptr, {}, {},
+        {Option::Verbose,
+         "verbose",
+         'v',
+         nullptr,
+         {},
+         {},
          "pass the diagnostics of the user list on to standard error; else they go nowhere"},
         {Option::Help, "help", 'h', nullptr, {}, {}, "this text"},
         {Option::Version, "version", 0, nullptr, {}, {}, "the version"},
@@ -82,7 +109,8 @@ const std::vector<const char *> kRemarks = {
     "the whole, those of this host exactly.",
     "Control characters, and bytes that are no UTF-8, are shown as \\xNN. But get with a single name writes the value "
     "as it is, and JSON has U+FFFD in the place of what is no UTF-8.",
-    "On a terminal, lines are no wider than it (COLUMNS, if set, says how wide), and headings are bold unless NO_COLOR is "
+    "On a terminal, lines are no wider than it (COLUMNS, if set, says how wide), and headings are bold unless NO_COLOR "
+    "is "
     "set.",
 };
 

@@ -26,9 +26,9 @@ enum class Option { Format, Json, LocalIp, Loopback, Null, Timeout, Interval, Co
 
 struct OptionDescription {
     Option option;
-    const char *name; // without its dashes
-    char letter;      // 0: none
-    const char *value; // null: takes none
+    const char *name;                  // without its dashes
+    char letter;                       // 0: none
+    const char *value;                 // null: takes none
     std::vector<const char *> choices; // of the value, if they are few
     std::vector<Command> commands;     // empty: goes with every one
     const char *help;
@@ -48,8 +48,8 @@ const CommandDescription &describe(Command command);
 /** Whether an option goes with a command. */
 bool goesWith(const OptionDescription &option, Command command);
 
-extern const char *const kPurpose;                // one line
-extern const std::vector<const char *> kRemarks;  // paragraphs
+extern const char *const kPurpose;               // one line
+extern const std::vector<const char *> kRemarks; // paragraphs
 extern const std::vector<const char *> kShells;
 struct Example {
     const char *command, *help;

@@ -56,8 +56,8 @@ wchar_t codePoint(const std::string &text, size_t at, size_t length) {
     return static_cast<wchar_t>(value);
 }
 
-/** The system's tables of characters. They are asked for when there is a character beyond ASCII, not before: the program
- * runs in the C locale, and opening another takes time. */
+/** The system's tables of characters. They are asked for when there is a character beyond ASCII, not before: the
+ * program runs in the C locale, and opening another takes time. */
 locale_t characterTables() {
     static const locale_t tables = [] {
         for (const char *name : {"C.UTF-8", "en_US.UTF-8", "UTF-8"})
@@ -131,8 +131,7 @@ std::string Style::heading(const std::string &text) const {
     return isBold ? "\x1B[1m" + text + "\x1B[0m" : text;
 }
 
-Table::Table(std::vector<Align> alignment, size_t flexible)
-    : m_alignment(std::move(alignment)), m_flexible(flexible) {}
+Table::Table(std::vector<Align> alignment, size_t flexible) : m_alignment(std::move(alignment)), m_flexible(flexible) {}
 
 void Table::add(std::vector<std::string> cells) {
     for (std::string &cell : cells)
@@ -168,7 +167,8 @@ std::string Table::text(const std::string &indent, const Style &style) const {
     return lines;
 }
 
-std::string Table::line(std::string text, const std::vector<std::string> &row, const std::vector<size_t> &widths) const {
+std::string Table::line(std::string text, const std::vector<std::string> &row,
+                        const std::vector<size_t> &widths) const {
     for (size_t i = 0; i < row.size(); ++i) {
         const size_t width = widthOf(row[i]);
         const std::string padding(widths[i] > width ? widths[i] - width : 0, ' ');

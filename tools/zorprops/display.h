@@ -27,8 +27,8 @@ struct Style {
 
 enum class Align { Left, Right };
 
-/** Rows of cells, each column as wide as its widest cell. Where the line is too narrow for them, one column gives way: its
- * cells go on in the next lines. */
+/** Rows of cells, each column as wide as its widest cell. Where the line is too narrow for them, one column gives way:
+ * its cells go on in the next lines. */
 class Table {
 public:
     /** @param flexible  the index of the column that gives way. */

@@ -81,11 +81,11 @@ std::string helpText(size_t columns) {
 }
 
 std::string manualPage() {
-    std::string text = ".TH ZORPROPS 1 \"\" \"zorprops " ZORPROPS_VERSION "\" \"User Commands\"\n.SH NAME\nzorprops \\- " +
+    std::string text = ".TH ZORPROPS 1 \"\" \"zorprops " ZORPROPS_VERSION
+                       "\" \"User Commands\"\n.SH NAME\nzorprops \\- " +
                        roff("facts of this machine") + "\n.SH SYNOPSIS\n";
     for (const CommandDescription &command : commands())
-        text += ".B zorprops\n.RI [ OPTION ...]\n" +
-                (*command.name ? ".B " + roff(command.name) + "\n" : "") +
+        text += ".B zorprops\n.RI [ OPTION ...]\n" + (*command.name ? ".B " + roff(command.name) + "\n" : "") +
                 (*command.wordsShown ? ".I " + roff(command.wordsShown) + "\n" : "") + ".br\n";
     text += ".SH DESCRIPTION\n" + roff(kPurpose) + "\n.SH COMMANDS\n";
     for (const CommandDescription &command : commands())

@@ -1,7 +1,5 @@
 #include "host_facts.h"
 
-#include "zorcomn/utilities.h"
-
 #include <algorithm>
 #include <cstdlib>
 
@@ -14,8 +12,6 @@
 namespace zorprops {
 
 namespace {
-
-constexpr int32_t kUnknownUptime = 0x7FFFFFFF;
 
 /** The address that the system would send from to a far one: a datagram socket is given a peer, nothing is sent. */
 std::optional<std::string> sourceAddress(const sockaddr *peer, socklen_t length) {
@@ -35,7 +31,8 @@ std::optional<std::string> sourceAddress(const sockaddr *peer, socklen_t length)
     return known ? std::optional<std::string>(text) : std::nullopt;
 }
 
-/** By way of the addresses that are set apart for documentation: they are nobody's, so the default route leads there. */
+/** By way of the addresses that are set apart for documentation: they are nobody's, so the default route leads there.
+ */
 std::optional<std::string> defaultAddress() {
     constexpr in_port_t kDiscard = 9;
     sockaddr_in far{};
@@ -102,7 +99,7 @@ std::map<std::string, std::string> collectHostFacts(const std::string &root) {
         if (value && !value->empty())
             facts[name] = *value;
     };
-    const auto addBytes = [&](const char *name, const std::optional<uint64_t> &value) {
+    const auto addNumber = [&](const char *name, const std::optional<uint64_t> &value) {
         if (value)
             facts[name] = std::to_string(*value);
     };
@@ -114,14 +111,12 @@ std::map<std::string, std::string> collectHostFacts(const std::string &root) {
         add("architecture", std::string(names.machine));
     }
     add("processor", system.processor);
-    addBytes("memoryTotal", system.memoryTotal);
-    addBytes("memoryAvailable", system.memoryAvailable);
+    addNumber("memoryTotal", system.memoryTotal);
+    addNumber("memoryAvailable", system.memoryAvailable);
     add("address", defaultAddress());
     add("zone", zoneName(std::getenv("TZ"), system.zoneFile));
     add("locale", localeName());
-    const int32_t uptime = velmora_com::vta::qelcomn_get_system_uptime();
-    if (uptime >= 0 && uptime != kUnknownUptime)
-        facts["uptime"] = std::to_string(uptime);
+    addNumber("uptime", system.uptime);
     add("container", system.container);
     add("virtualMachine", system.virtualMachine);
     return facts;

@@ -14,6 +14,7 @@ namespace zorprops {
 struct SystemFacts {
     std::optional<std::string> name, version, processor, container, virtualMachine, zoneFile;
     std::optional<uint64_t> memoryTotal, memoryAvailable; // bytes
+    std::optional<uint64_t> uptime;                       // seconds
 };
 
 /** The seam: one implementation in platform/ for each system.

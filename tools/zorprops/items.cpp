@@ -54,8 +54,8 @@ std::vector<Item> itemsOf(const Report &report) {
     for (const FileSystem &fileSystem : report.fileSystems)
         for (const bool isTotal : {true, false}) {
             const std::string &text = isTotal ? fileSystem.totalMegabytes : fileSystem.freeMegabytes;
-            items.push_back({figureName(fileSystem.mountPoint, isTotal), text, valueOf(kFigure, text), kFigure.unit,
-                             false, false});
+            items.push_back(
+                {figureName(fileSystem.mountPoint, isTotal), text, valueOf(kFigure, text), kFigure.unit, false, false});
         }
     return items;
 }

@@ -12,10 +12,10 @@
 namespace zorprops {
 
 struct Item {
-    std::string name;  // as get takes it
-    std::string text;  // as reported; empty for a fact of this host that is not known
-    Value value;       // what it means
-    const char *unit;  // empty: none
+    std::string name; // as get takes it
+    std::string text; // as reported; empty for a fact of this host that is not known
+    Value value;      // what it means
+    const char *unit; // empty: none
     bool isRestless;
     bool isHost;
 };

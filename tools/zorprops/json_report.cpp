@@ -64,18 +64,30 @@ Json leafOf(const std::optional<uint64_t> &bytes) {
     return bytes ? Json(*bytes) : Json(nullptr);
 }
 
+/** An object with room for so many members: growing would copy those that are there. */
+Json objectFor(size_t members) {
+    Json object = Json::object();
+    object.get_ref<Json::object_t &>().reserve(members);
+    return object;
+}
+
+/** Adds a member whose key is new. */
+void add(Json &object, const char *key, Json &&value) {
+    object.get_ref<Json::object_t &>().emplace_back(key, std::move(value));
+}
+
 Json treeOf(const Report &report) {
-    Json host = Json::object(), texts = Json::object(), values = Json::object(), fileSystems = Json::array(),
-         hostFileSystems = Json::array();
+    Json host = objectFor(hostFacts().size() + 1), texts = objectFor(report.properties.size()),
+         values = objectFor(report.properties.size()), fileSystems = Json::array(), hostFileSystems = Json::array();
     for (const Word &word : hostFacts()) {
         const auto found = report.host.find(word.name);
-        host[word.name] = found == report.host.end() ? Json(nullptr) : leafOf(valueOf(word, found->second));
+        add(host, word.name, found == report.host.end() ? Json(nullptr) : leafOf(valueOf(word, found->second)));
     }
     for (const auto &[name, text] : report.properties) {
         const bool isTold = report.late.count(name) == 0 && report.unread.count(name) == 0;
         const Word *word = findProperty(name);
-        texts[name] = text;
-        values[name] = word && isTold ? leafOf(valueOf(*word, text)) : Json(nullptr);
+        add(texts, name.c_str(), text);
+        add(values, name.c_str(), word && isTold ? leafOf(valueOf(*word, text)) : Json(nullptr));
     }
     for (const FileSystem &fileSystem : report.fileSystems) {
         fileSystems.push_back({{"mountPoint", fileSystem.mountPoint},
@@ -85,14 +97,16 @@ Json treeOf(const Report &report) {
                                    {"totalBytes", leafOf(fileSystem.totalBytes)},
                                    {"availableBytes", leafOf(fileSystem.availableBytes)}});
     }
-    host["fileSystems"] = hostFileSystems;
-    return Json::object({{"schema", kSchema},
-                         {"host", host},
-                         {"properties", texts},
-                         {"values", values},
-                         {"fileSystems", fileSystems},
-                         {"late", report.late},
-                         {"unread", report.unread}});
+    add(host, "fileSystems", std::move(hostFileSystems));
+    Json tree = objectFor(7);
+    add(tree, "schema", kSchema);
+    add(tree, "host", std::move(host));
+    add(tree, "properties", std::move(texts));
+    add(tree, "values", std::move(values));
+    add(tree, "fileSystems", std::move(fileSystems));
+    add(tree, "late", report.late);
+    add(tree, "unread", report.unread);
+    return tree;
 }
 
 Json treeOf(const Change &change) {

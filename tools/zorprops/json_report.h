@@ -1,7 +1,7 @@
 #pragma once
 
-// The answers as JSON, always valid UTF-8: what is none in the machine's names becomes U+FFFD. Keys keep their order. YAML
-// and the facts for other engines are the same trees, written otherwise.
+// The answers as JSON, always valid UTF-8: what is none in the machine's names becomes U+FFFD. Keys keep their order.
+// YAML and the facts for other engines are the same trees, written otherwise.
 
 #include "items.h"
 #include "machine.h"

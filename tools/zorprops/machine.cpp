@@ -1,6 +1,6 @@
-// Each of the library's collectors runs at most once for a report, so that the machine's names are looked up once. One that
-// may wait runs in a child, and what it found comes back as name, value, name, value; the file systems' table as five
-// texts for each.
+// Each of the library's collectors runs at most once for a report, so that the machine's names are looked up once. One
+// that may wait runs in a child, and what it found comes back as name, value, name, value; the file systems' table as
+// five texts for each.
 
 #include "machine.h"
 
@@ -60,8 +60,8 @@ Texts systemTexts(ISysProps &machine) {
 Texts processorTexts(ISysProps &machine) {
     sysprops::CPUInformation info;
     machine.GetCPUInformation(info); // false: no name for it, which is no failure
-    return {"CPUType",         narrow(info.CPUType),         "CPUSpeed",   narrow(info.CPUSpeed),
-            "NumOfCPU",        narrow(info.NumOfCPU),        "IsPortable", narrow(info.IsPortable),
+    return {"CPUType",         narrow(info.CPUType),        "CPUSpeed",   narrow(info.CPUSpeed),
+            "NumOfCPU",        narrow(info.NumOfCPU),       "IsPortable", narrow(info.IsPortable),
             "CPUSerialNumber", narrow(info.CPUSerialNumber)};
 }
 
@@ -109,8 +109,8 @@ constexpr char kFileSystem[] = "FileSystem"; // before the five texts of one
 Texts diskTexts(ISysProps &machine) {
     sysprops::DiskInformation info;
     machine.GetDiskInformation(info);
-    Texts texts{"TotalDiskSpace", narrow(info.TotalDiskSpace),      "FreeDiskSpace",
-                narrow(info.FreeDiskSpace), "NumberOfFileSystems", narrow(info.NumberOfFileSystems)};
+    Texts texts{"TotalDiskSpace",           narrow(info.TotalDiskSpace), "FreeDiskSpace",
+                narrow(info.FreeDiskSpace), "NumberOfFileSystems",       narrow(info.NumberOfFileSystems)};
     for (const auto &[mountPoint, space] : info.FileSystems) {
         append(texts, {kFileSystem, narrow(mountPoint), narrow(space.first), narrow(space.second)});
         struct statvfs figures;
@@ -151,8 +151,8 @@ Texts singleTexts(const std::vector<const Word *> &words) {
             setUpTimeZone();
         const std::wstring name = sysprops::sysprops_ansi_to_wide(word->name);
         const bool isGrouped = name != sysprops::NumFileSystems_Key; // the one that the query by name does not know
-        append(texts, {word->name,
-                       narrow(isGrouped ? machine.GetOneSystemProperty(name) : machine.GetOneDiskProperty(name))});
+        append(texts,
+               {word->name, narrow(isGrouped ? machine.GetOneSystemProperty(name) : machine.GetOneDiskProperty(name))});
     }
     return texts;
 }
@@ -228,22 +228,21 @@ Share shareOf(Source source, const std::vector<const Word *> &asked, bool withFi
         if (word->source == source && !isHostFact(word))
             share.words.push_back(word);
     const bool needsTable =
-        source == Source::Disks &&
-        (withFileSystems || std::any_of(asked.begin(), asked.end(), [](const Word *word) {
-             return isHostFact(word) && word->source == Source::Disks;
-         }));
+        source == Source::Disks && (withFileSystems || std::any_of(asked.begin(), asked.end(), [](const Word *word) {
+                                        return isHostFact(word) && word->source == Source::Disks;
+                                    }));
     const bool needsNobody =
         share.words.size() <= kFew && std::all_of(share.words.begin(), share.words.end(), isPrompt);
     share.isWhole = needsTable || (share.words.size() > 1 && !needsNobody);
     return share;
 }
 
-/** Who is asked for what, in the order of asking: names last, since they are what keeps one waiting. What no record has to be
- * waited for is asked for by itself when its record does not come. */
+/** Who is asked for what, in the order of asking: names last, since they are what keeps one waiting. What no record has
+ * to be waited for is asked for by itself when its record does not come. */
 std::vector<Share> sharesOf(const std::vector<const Word *> &asked, bool withFileSystems) {
     std::vector<Share> shares;
-    for (const Source source : {Source::Processor, Source::Memory, Source::Disks, Source::Users, Source::System,
-                                Source::Network}) {
+    for (const Source source :
+         {Source::Processor, Source::Memory, Source::Disks, Source::Users, Source::System, Source::Network}) {
         const Share share = shareOf(source, asked, withFileSystems);
         if (share.isWhole || !share.words.empty())
             shares.push_back(share);

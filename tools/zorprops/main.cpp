@@ -5,6 +5,7 @@
 #include "machine.h"
 #include "own_output.h"
 #include "watch.h"
+#include "workers.h"
 
 #include <algorithm>
 #include <csignal>
@@ -37,10 +38,10 @@ Style styleOf(const OwnOutput &output) {
 /** Shows an answer; the exit code. */
 int show(const Answer &answer, OwnOutput &output) {
     const int error = answer.output.empty() ? 0 : output.finish(answer.output);
-    std::fputs(answer.messages.c_str(), stderr);
+    output.tell(answer.messages);
     if (error == 0)
         return answer.exitCode;
-    std::fputs(message(std::string("cannot write the output: ") + std::strerror(error)).c_str(), stderr);
+    output.tell(message(std::string("cannot write the output: ") + std::strerror(error)));
     return NotAnswered;
 }
 
@@ -51,22 +52,37 @@ int show(Information information, OwnOutput &output) {
     return show(Answer{helpText(columns == 0 ? kUsualColumns : std::min<size_t>(columns, kUsualColumns))}, output);
 }
 
+int follow(const Request &request, OwnOutput &output) {
+    std::signal(SIGCHLD, SIG_DFL); // whoever started this may have ignored it, and commands are waited for
+    if (!request.localAddress.empty())
+        setLocalAddress(request.localAddress);
+    Patience patience;
+    patience.limit = request.timeout;
+    if (output.messagesGoToTerminal())
+        patience.showProgress = [&output](const std::string &line) { output.tell(line); };
+    if (request.command == Command::Watch)
+        return watch(request, output, patience);
+    return show(answer(request, styleOf(output), patience), output);
+}
+
 int run(int argc, char **argv) {
     const auto parsed = parseCommandLine({argv + std::min(argc, 1), argv + argc});
     const auto *request = std::get_if<Request>(&parsed);
     OwnOutput output(request && request->verbose);
-    if (const auto *error = std::get_if<UsageError>(&parsed))
-        return show(Answer{"", message(error->message + " (try zorprops --help)"), BadUsage}, output);
-    if (const auto *information = std::get_if<Information>(&parsed))
-        return show(*information, output);
-    std::signal(SIGCHLD, SIG_DFL); // whoever started this may have ignored it, and commands are waited for
-    if (!request->localAddress.empty())
-        setLocalAddress(request->localAddress);
-    const Patience patience{request->timeout, isatty(STDERR_FILENO) == 1, request->verbose,
-                            [&output] { output.abandon(); }, {}};
-    if (request->command == Command::Watch)
-        return watch(*request, output, patience);
-    return show(answer(*request, styleOf(output), patience), output);
+    int code = NotAnswered;
+    try {
+        if (const auto *error = std::get_if<UsageError>(&parsed))
+            code = show(Answer{"", message(error->message + " (try zorprops --help)"), BadUsage}, output);
+        else if (const auto *information = std::get_if<Information>(&parsed))
+            code = show(*information, output);
+        else
+            code = follow(*request, output);
+    } catch (const std::exception &error) {
+        output.tell(std::string("zorprops: ") + error.what() + "\n");
+    }
+    if (Workers::haveLeftOneBehind())
+        _exit(code);
+    return code;
 }
 
 } // namespace

@@ -37,10 +37,10 @@ bool redirectStandardOutput(bool toStandardError) {
     return isRedirected;
 }
 
-/** A descriptor of standard output's file that commands run by the library do not inherit. In two steps, which every
- * system knows: no thread of this program runs a command yet. */
-int ownStandardOutput() {
-    const int own = fcntl(STDOUT_FILENO, F_DUPFD, kFirstOwnDescriptor);
+/** A descriptor of the same file that commands run by the library do not inherit; -1, and errno tells why. In two
+ * steps, which every system knows: no thread of this program runs a command yet. */
+int ownCopyOf(int descriptor) {
+    const int own = fcntl(descriptor, F_DUPFD, kFirstOwnDescriptor);
     if (own < 0 || fcntl(own, F_SETFD, FD_CLOEXEC) == 0)
         return own;
     const int error = errno;
@@ -58,7 +58,8 @@ void waitUntilWritable(int descriptor) {
 } // namespace
 
 OwnOutput::OwnOutput(bool passDiagnosticsOn)
-    : m_descriptor(ownStandardOutput()), m_error(m_descriptor < 0 ? errno : 0) {
+    : m_descriptor(ownCopyOf(STDOUT_FILENO)), m_error(m_descriptor < 0 ? errno : 0),
+      m_messages(ownCopyOf(STDERR_FILENO)) {
     std::signal(SIGPIPE, SIG_IGN); // errors to report, not silent ends
 #ifdef SIGXFSZ
     std::signal(SIGXFSZ, SIG_IGN);
@@ -66,15 +67,26 @@ OwnOutput::OwnOutput(bool passDiagnosticsOn)
     takeMissingDescriptors();
     if (!redirectStandardOutput(passDiagnosticsOn) && m_error == 0)
         m_error = EBADF; // rather no report than a spoilt one
+    if (!passDiagnosticsOn && m_messages >= 0 && m_error == 0)
+        dup2(STDOUT_FILENO, STDERR_FILENO); // which leads nowhere by now; where it is refused, both are still right
 }
 
 OwnOutput::~OwnOutput() {
-    abandon();
+    for (const int descriptor : {m_descriptor, m_messages})
+        if (descriptor >= 0)
+            close(descriptor);
 }
 
-void OwnOutput::abandon() {
-    if (m_descriptor >= 0)
-        close(std::exchange(m_descriptor, -1));
+void OwnOutput::tell(const std::string &text) const {
+    for (size_t written = 0; m_messages >= 0 && written < text.size();) {
+        const ssize_t count = ::write(m_messages, text.data() + written, text.size() - written);
+        if (count >= 0)
+            written += static_cast<size_t>(count);
+        else if (errno == EAGAIN)
+            waitUntilWritable(m_messages);
+        else if (errno != EINTR)
+            return; // nowhere to complain
+    }
 }
 
 int OwnOutput::write(const std::string &text) {
@@ -96,6 +108,10 @@ int OwnOutput::finish(const std::string &text) {
     if (m_descriptor >= 0 && close(std::exchange(m_descriptor, -1)) != 0 && m_error == 0 && errno != EINTR)
         m_error = errno;
     return m_error;
+}
+
+bool OwnOutput::messagesGoToTerminal() const {
+    return m_messages >= 0 && isatty(m_messages) == 1;
 }
 
 unsigned int OwnOutput::terminalColumns() const {

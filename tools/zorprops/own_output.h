@@ -4,12 +4,13 @@
 
 namespace zorprops {
 
-/** The program's own way to standard output. The library writes diagnostic lines to standard output, which would spoil
- * a report: so the program keeps a descriptor of its own and points the standard one elsewhere before it calls the
- * library. Standard descriptors that the program was started without are taken too, so that no file becomes one. */
+/** The program's own ways to standard output and standard error. The library writes diagnostic lines to standard
+ * output, which would spoil a report, and starts commands, for whose end a reader of standard error must not have to
+ * wait: so the program keeps descriptors of its own and points the standard ones elsewhere before it calls the library.
+ * Standard descriptors that it was started without are taken too, so that no file becomes one. */
 class OwnOutput {
 public:
-    /** Takes standard output over; what others write to it goes to standard error when asked for, else nowhere. From
+    /** Takes both over; what others write to either goes to standard error when asked for, else nowhere. From
      * here on no failed write ends the process, neither a reader gone nor a limit on file sizes. */
     explicit OwnOutput(bool passDiagnosticsOn);
     ~OwnOutput();
@@ -20,16 +21,19 @@ public:
     int write(const std::string &text);
     /** Writes all of text and closes; 0, or the errno of what failed first. */
     int finish(const std::string &text);
-    /** Closes without a word, for a forked child: whoever reads the output must not wait for that. */
-    void abandon();
+    /** Writes to standard error. */
+    void tell(const std::string &text) const;
     /** For waiting until its reader is gone; -1 when it is closed. */
     int descriptor() const { return m_descriptor; }
+    /** Whether somebody sees the messages as they come. */
+    bool messagesGoToTerminal() const;
     /** The columns of the terminal that it leads to; 0 where it leads elsewhere. */
     unsigned int terminalColumns() const;
 
 private:
     int m_descriptor;
     int m_error;
+    int m_messages;
 };
 
 } // namespace zorprops

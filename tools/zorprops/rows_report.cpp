@@ -117,11 +117,13 @@ std::string asPrometheus(const Report &report, long long now) {
         return found == report.host.end() ? std::string() : found->second;
     };
     return metrics("fact_info", "A fact of the report that is a text.", texts) +
-           metrics("fact_value", "A fact of the report that is a number, in the unit that it is reported in.", numbers) +
+           metrics("fact_value", "A fact of the report that is a number, in the unit that it is reported in.",
+                   numbers) +
            metric("memory_size_bytes", "Memory that the kernel manages.", host("memoryTotal")) +
            metric("memory_available_bytes", "Memory that programs can still have.", host("memoryAvailable")) +
            metrics("filesystem_size_bytes", "Space of a local file system.", totals) +
-           metrics("filesystem_available_bytes", "Space of a local file system that users can still have.", availables) +
+           metrics("filesystem_available_bytes", "Space of a local file system that users can still have.",
+                   availables) +
            metric("processor_speed_hertz", "Clock of the processors.", scaled(speed, "000000")) +
            metric("uptime_seconds", "Time since the system's start.", host("uptime")) +
            metric("report_complete", "Whether everything was told in time and could be read.",

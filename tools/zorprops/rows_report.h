@@ -16,8 +16,8 @@ std::string asCsv(const std::vector<Interface> &interfaces);
 std::string asCsv(const Users &users);
 std::string listAsCsv();
 
-/** The report as metrics: texts as labels of metrics that are 1, numbers in base units. What differs with every look and
- * is no number is left out, since each of its values would be a series of its own. */
+/** The report as metrics: texts as labels of metrics that are 1, numbers in base units. What differs with every look
+ * and is no number is left out, since each of its values would be a series of its own. */
 std::string asPrometheus(const Report &report, long long now);
 
 } // namespace zorprops

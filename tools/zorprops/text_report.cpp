@@ -167,8 +167,11 @@ std::string asText(const std::vector<Interface> &interfaces, const Style &style)
         addresses.add({"Address", "Mask", "Subnet"});
         for (const Address &address : interface.addresses)
             addresses.add({address.address, address.mask, address.subnet});
-        text += (text.empty() ? "" : "\n") + lines(std::to_string(interface.index) + ": " + printable(interface.name) +
-                "  hardware address " + printable(interface.hardwareAddress), style) + addresses.text(kIndent, style);
+        text += (text.empty() ? "" : "\n") +
+                lines(std::to_string(interface.index) + ": " + printable(interface.name) + "  hardware address " +
+                          printable(interface.hardwareAddress),
+                      style) +
+                addresses.text(kIndent, style);
     }
     return text;
 }

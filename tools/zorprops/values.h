@@ -14,8 +14,8 @@ struct Value {
     std::string text = {};
 };
 
-/** Reads the text that the library gives for a property. "N/A", "NA" for nobody, an empty text, -1 for 'cannot be told' and
- * a clock of 0 MHz are Unknown, and so is what does not have the property's form. */
+/** Reads the text that the library gives for a property. "N/A", "NA" for nobody, an empty text, -1 for 'cannot be told'
+ * and a clock of 0 MHz are Unknown, and so is what does not have the property's form. */
 Value valueOf(const Word &word, const std::string &text);
 
 /** A time of the contract, month/day/year hour:minute:second, in the order of ISO 8601; empty when it is none. */

@@ -1,7 +1,7 @@
 #pragma once
 
-// The words of the report: every property and every fact of this host, with its type, unit and meaning, in the groups and
-// order that a reader expects.
+// The words of the report: every property and every fact of this host, with its type, unit and meaning, in the groups
+// and order that a reader expects.
 
 #include <string>
 #include <vector>

@@ -1,4 +1,5 @@
-// Signals are only noted; a byte in a pipe ends the pause between two looks, also when it comes just before that begins.
+// Signals are only noted; a byte in a pipe ends the pause between two looks, also when it comes just before that
+// begins.
 
 #include "watch.h"
 
@@ -8,7 +9,6 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <cstring>
 
 #include <fcntl.h>
@@ -94,6 +94,11 @@ void keepUntold(const Snapshot &last, Snapshot &next) {
         }
 }
 
+int notWritten(int error, const OwnOutput &output) {
+    output.tell(message(std::string("cannot write the output: ") + std::strerror(error)));
+    return NotAnswered;
+}
+
 } // namespace
 
 int watch(const Request &request, OwnOutput &output, Patience patience) {
@@ -108,16 +113,13 @@ int watch(const Request &request, OwnOutput &output, Patience patience) {
             break;
         const std::string complaint = complaintsAbout(report, patience).messages;
         if (complaint != complaints)
-            std::fputs(complaint.c_str(), stderr);
+            output.tell(complaint);
         complaints = complaint;
         Snapshot next = snapshotOf(report);
         if (look > 0) {
             const std::string lines = linesOf(changesBetween(last, next, request.all), request.format);
-            if (const int error = output.write(lines); error == EPIPE)
-                return Answered;
-            else if (error != 0)
-                return std::fputs(message(std::string("cannot write the output: ") + std::strerror(error)).c_str(), stderr),
-                       NotAnswered;
+            if (const int error = output.write(lines))
+                return error == EPIPE ? Answered : notWritten(error, output);
             keepUntold(last, next);
         }
         last = std::move(next);

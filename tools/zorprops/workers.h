@@ -1,17 +1,17 @@
 #pragma once
 
-// Work that may wait for somebody who never answers - a name server, a disk, a command - done in child processes: this
-// process goes on at its deadline whatever they hang in. (A thread would not do: a process with one thread stuck in the
-// kernel does not end.) Usually one child does all jobs in turn; when one of them stalls, a second child takes those
-// behind it over.
+// Work that may wait for somebody who never answers - a name server, a command - done in threads that are left behind
+// at the deadline. Usually one thread does all jobs in turn; when one of them stalls, a second thread takes those
+// behind it over. After a job was left behind, the process has to end by _exit: its thread still uses what an orderly
+// end destroys. (What may hang in the kernel, so that not even that would end the process, the library asks from a
+// process apart.)
 
 #include <chrono>
 #include <functional>
-#include <optional>
+#include <memory>
 #include <string>
+#include <thread>
 #include <vector>
-
-#include <sys/types.h>
 
 namespace zorprops {
 
@@ -19,7 +19,7 @@ using Texts = std::vector<std::string>;
 
 struct Job {
     std::string what;            // for people, as in 'waiting for ...'
-    std::function<Texts()> work; // runs in a child; one that throws has failed
+    std::function<Texts()> work; // runs in a thread; one that throws has failed
     bool isSpare = false;        // done only when another stalls, and not waited for
 };
 
@@ -29,18 +29,16 @@ struct Outcome {
 };
 
 struct Patience {
-    std::chrono::milliseconds limit{10000}; // 0: none
-    bool showsProgress = false;             // a line on standard error from the second second on
-    bool keepsStandardError = false;        // the children's diagnostics are wanted there
-    std::function<void()> inChild = {};     // what a child has to let go of
-    std::function<bool()> isGivenUp = {};   // looked at now and then: true ends the wait before its time
+    std::chrono::milliseconds limit{10000};                     // 0: none
+    std::function<void(const std::string &)> showProgress = {}; // gets a line for a terminal, from the second second on
+    std::function<bool()> isGivenUp = {}; // looked at now and then: true ends the wait before its time
 };
 
 class Workers {
 public:
     /** Starts on the jobs. */
-    Workers(std::vector<Job> jobs, Patience patience);
-    /** Ends what is still at work. */
+    Workers(std::vector<Job> jobs, const Patience &patience);
+    /** Leaves behind what is still at work. */
     ~Workers();
     Workers(const Workers &) = delete;
     Workers &operator=(const Workers &) = delete;
@@ -49,36 +47,22 @@ public:
      * spare one that nobody has done is Late. */
     std::vector<Outcome> wait();
 
+    /** Whether a thread of this process was left behind. */
+    static bool haveLeftOneBehind();
+
 private:
     using Clock = std::chrono::steady_clock;
-    struct Worker {
-        pid_t process;
-        int results;              // -1: at its end
-        std::vector<size_t> jobs; // what it has still to do, in its order
-        std::string received;     // the beginning of a record
-        bool isRelieved;          // others have taken over what it will come to
-    };
+    struct Shared;
 
-    bool start(std::vector<size_t> jobs);
-    [[noreturn]] void serve(const std::vector<size_t> &jobs, int results);
-    void receive(Worker &worker);
-    void takeRecords(Worker &worker);
-    std::vector<size_t> jobsToStart(bool isSpare) const;
-    void relieve();
-    void giveUpWithoutWorkers();
-    size_t firstWaiting() const;
-    bool isWaiting() const;
-    void stop();
-    void runHere(const std::vector<size_t> &jobs);
-    void showProgress(Clock::time_point now);
+    bool startThread();
+    void runHere();
+    void showProgress(Clock::time_point now, const std::string &what);
 
-    std::vector<Job> m_jobs;
-    Patience m_patience;
+    const Patience &m_patience;
     Clock::time_point m_start;
-    std::vector<std::optional<Outcome>> m_outcomes;
-    std::vector<Worker> m_workers;
+    std::shared_ptr<Shared> m_shared;
+    std::vector<std::thread> m_threads;
     bool m_hasShownProgress = false;
-    bool m_hasStartedSpares = false;
 };
 
 } // namespace zorprops

@@ -7,6 +7,8 @@
 #include <limits.h>
 #include <mach/mach.h>
 #include <sys/sysctl.h>
+#include <sys/time.h>
+#include <time.h>
 #include <unistd.h>
 
 namespace zorprops {
@@ -69,6 +71,11 @@ SystemFacts systemFacts(const std::string &root) {
     facts.memoryAvailable = availableMemory();
     if (kernelNumber<int>("kern.hv_vmm_present").value_or(0) != 0)
         facts.virtualMachine = "unnamed hypervisor";
+    timeval start;
+    size_t size = sizeof start;
+    const time_t now = time(nullptr);
+    if (sysctlbyname("kern.boottime", &start, &size, nullptr, 0) == 0 && start.tv_sec > 0 && now >= start.tv_sec)
+        facts.uptime = static_cast<uint64_t>(now - start.tv_sec);
     char target[PATH_MAX];
     const ssize_t length = readlink((root + "/etc/localtime").c_str(), target, sizeof target);
     if (length > 0)

@@ -1,4 +1,5 @@
-// From the files that every distribution has: the release file, the kernel's tables, what containers leave as their mark.
+// From the files that every distribution has: the release file, the kernel's tables, what containers leave as their
+// mark.
 
 #include "../../host_facts.h"
 
@@ -9,6 +10,7 @@
 
 #include <fcntl.h>
 #include <limits.h>
+#include <time.h>
 #include <unistd.h>
 
 namespace zorprops {
@@ -19,8 +21,8 @@ using Text = std::optional<std::string>;
 
 constexpr size_t kEnough = 64 * 1024; // no file here that means anything is longer
 
-/** Up to limit bytes of a file; none when it cannot be opened or read. Never waits for a writer: what is no regular file
- * counts as one that cannot be read. */
+/** Up to limit bytes of a file; none when it cannot be opened or read. Never waits for a writer: what is no regular
+ * file counts as one that cannot be read. */
 Text readText(const std::string &path, size_t limit = kEnough) {
     const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (descriptor < 0)
@@ -28,8 +30,7 @@ Text readText(const std::string &path, size_t limit = kEnough) {
     std::string text;
     char buffer[4096];
     ssize_t got = 1;
-    while (text.size() < limit &&
-           (got = read(descriptor, buffer, std::min(sizeof buffer, limit - text.size()))) > 0)
+    while (text.size() < limit && (got = read(descriptor, buffer, std::min(sizeof buffer, limit - text.size()))) > 0)
         text.append(buffer, static_cast<size_t>(got));
     close(descriptor);
     return got < 0 ? std::nullopt : Text(text);
@@ -107,7 +108,8 @@ Text findContainer(const std::string &root) {
     const size_t found = marked.find(key);
     if (found == std::string::npos)
         return std::nullopt;
-    const std::string name = trimmed(marked.substr(found + key.size(), marked.find('\0', found + 1) - found - key.size()));
+    const std::string name =
+        trimmed(marked.substr(found + key.size(), marked.find('\0', found + 1) - found - key.size()));
     return name.empty() ? std::nullopt : Text(name);
 }
 
@@ -115,10 +117,18 @@ Text findContainer(const std::string &root) {
 Text findHypervisor(const std::string &root) {
     constexpr struct {
         const char *mark, *name;
-    } kMarks[] = {{"KVM", "KVM"},           {"QEMU", "QEMU"},        {"VMware", "VMware"},
-                  {"VirtualBox", "VirtualBox"}, {"innotek", "VirtualBox"}, {"Xen", "Xen"},
-                  {"Parallels", "Parallels"}, {"BHYVE", "bhyve"},      {"Amazon EC2", "Amazon EC2"},
-                  {"Google", "Google Compute Engine"}, {"Virtual Machine", "Hyper-V"}, {"Apple Virtualization", "Apple"}};
+    } kMarks[] = {{"KVM", "KVM"},
+                  {"QEMU", "QEMU"},
+                  {"VMware", "VMware"},
+                  {"VirtualBox", "VirtualBox"},
+                  {"innotek", "VirtualBox"},
+                  {"Xen", "Xen"},
+                  {"Parallels", "Parallels"},
+                  {"BHYVE", "bhyve"},
+                  {"Amazon EC2", "Amazon EC2"},
+                  {"Google", "Google Compute Engine"},
+                  {"Virtual Machine", "Hyper-V"},
+                  {"Apple Virtualization", "Apple"}};
     const std::string folder = root + "/sys/class/dmi/id/";
     const std::string firmware = readText(folder + "sys_vendor").value_or("") + "\n" +
                                  readText(folder + "product_name").value_or("") + "\n" +
@@ -146,6 +156,9 @@ SystemFacts systemFacts(const std::string &root) {
     describeRelease(root, facts);
     describeProcessor(root, facts);
     describeMemory(root, facts);
+    timespec sinceStart;
+    if (clock_gettime(CLOCK_BOOTTIME, &sinceStart) == 0)
+        facts.uptime = static_cast<uint64_t>(sinceStart.tv_sec);
     facts.zoneFile = linkTarget(root + "/etc/localtime");
     facts.container = findContainer(root);
     if (const Text hypervisor = findHypervisor(root))
