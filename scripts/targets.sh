@@ -1,8 +1,11 @@
 # What ./test --all runs beyond the plain suite. Each target is built and tested in a folder of its own below build/; its
 # row of the table is kept in results. A target that fails does not keep the others from running.
 
+# What reads the reporter's output, each asked for by a test of tests/tools. Where they are installed none may be missing.
+reporter_packages=(ansible-core bash curl facter fish man-db prometheus prometheus-node-exporter python3-jsonschema
+    python3-yaml zsh)
 all_packages=(clang clang-format clang-tidy libclang-rt-14-dev llvm libc++-14-dev libbenchmark-dev googletest
-    g++-12-multilib g++-powerpc-linux-gnu qemu-user-static)
+    g++-12-multilib g++-powerpc-linux-gnu qemu-user-static "${reporter_packages[@]}")
 
 results=()  # rows "target|built|run|passed|skipped|failed"
 skips=()    # "target: test" for every test that was skipped
@@ -176,6 +179,7 @@ run_all_on_mac() {
 
 run_all() {
     mkdir -p build
+    export ZORCOMN_ALL_PROGRAMS=1
     local tests=(-DZORCOMN_TESTS=ON -DZORCOMN_WERROR=ON)
 
     build 'x86-64, g++, with benchmarks' build/test "${tests[@]}" -DZORCOMN_BENCH=ON &&

@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -31,15 +32,8 @@ struct Pipe {
     int ends[2];
 };
 
-[[noreturn]] void becomeProgram(const std::vector<std::string> &arguments, Standard output, const Pipe &out,
-                                const Pipe &err, const std::map<std::string, std::string> &environment) {
-    if (output == Standard::FullDisk)
-        dup2(open("/dev/full", O_WRONLY | O_CLOEXEC), STDOUT_FILENO);
-    else if (output == Standard::Closed)
-        close(STDOUT_FILENO);
-    else
-        dup2(out.ends[1], STDOUT_FILENO);
-    dup2(err.ends[1], STDERR_FILENO);
+[[noreturn]] void execute(const std::vector<std::string> &arguments,
+                          const std::map<std::string, std::string> &environment) {
     for (const auto &[name, value] : environment)
         setenv(name.c_str(), value.c_str(), 1);
     std::vector<std::string> words{ZORPROPS_PROGRAM};
@@ -49,6 +43,18 @@ struct Pipe {
     execvp(argv[0], argv.data());
     std::perror(argv[0]);
     _exit(127);
+}
+
+[[noreturn]] void becomeProgram(const std::vector<std::string> &arguments, Standard output, const Pipe &out,
+                                const Pipe &err, const std::map<std::string, std::string> &environment) {
+    if (output == Standard::FullDisk)
+        dup2(open("/dev/full", O_WRONLY | O_CLOEXEC), STDOUT_FILENO);
+    else if (output == Standard::Closed)
+        close(STDOUT_FILENO);
+    else
+        dup2(out.ends[1], STDOUT_FILENO);
+    dup2(err.ends[1], STDERR_FILENO);
+    execute(arguments, environment);
 }
 
 /** Reads both to their ends, in whatever order they fill. */
@@ -88,6 +94,37 @@ ProgramResult runProgram(const std::vector<std::string> &arguments, Standard out
     int status = 0;
     waitpid(child, &status, 0);
     result.code = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    return result;
+}
+
+ProgramResult runOnTerminal(const std::vector<std::string> &arguments, unsigned short columns,
+                            const std::map<std::string, std::string> &environment) {
+    ProgramResult result;
+    const int ours = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (ours < 0 || grantpt(ours) != 0 || unlockpt(ours) != 0) {
+        ADD_FAILURE() << "no terminal";
+        return result;
+    }
+    const int theirs = open(ptsname(ours), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    const winsize size{24, columns, 0, 0};
+    EXPECT_EQ(ioctl(theirs, TIOCSWINSZ, &size), 0);
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    if (child == 0) {
+        dup2(theirs, STDOUT_FILENO);
+        dup2(theirs, STDERR_FILENO);
+        execute(arguments, environment);
+    }
+    close(theirs);
+    char buffer[4096];
+    for (ssize_t got; (got = read(ours, buffer, sizeof buffer)) > 0;) // fails with EIO when the other end is closed
+        result.output.append(buffer, static_cast<size_t>(got));
+    close(ours);
+    int status = 0;
+    waitpid(child, &status, 0);
+    result.code = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    for (size_t at = 0; (at = result.output.find("\r\n", at)) != std::string::npos;)
+        result.output.erase(at, 1);
     return result;
 }
 

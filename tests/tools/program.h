@@ -20,4 +20,9 @@ enum class Standard { Pipe, PipeWithoutReader, FullDisk, Closed };
 ProgramResult runProgram(const std::vector<std::string> &arguments, Standard output = Standard::Pipe,
                          const std::map<std::string, std::string> &environment = {});
 
+/** Runs zorprops with standard output and standard error on a terminal of so many columns; what both wrote is output.
+ */
+ProgramResult runOnTerminal(const std::vector<std::string> &arguments, unsigned short columns,
+                            const std::map<std::string, std::string> &environment = {});
+
 } // namespace zor::test

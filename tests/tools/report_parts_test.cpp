@@ -2,9 +2,12 @@
 
 #include "tests/support/child.h"
 
+#include "tools/zorprops/display.h"
 #include "tools/zorprops/json_report.h"
 #include "tools/zorprops/own_output.h"
+#include "tools/zorprops/rows_report.h"
 #include "tools/zorprops/text_report.h"
+#include "tools/zorprops/values.h"
 #include "tools/zorprops/vocabulary.h"
 
 #include <cerrno>
@@ -73,43 +76,183 @@ TEST(NearestNames, AnyName_HasThree) {
 
 namespace {
 
-const Report kReport{{{"OSType", "Mac OS X"}, {"CPUType", ""}},
-                     {{"/", "100.00", "50.50"}, {"/a b\n\xFF", "1234567.00", "0.00"}, {"/\xC3\xA4", "1.00", "1.00"}}};
+const Report kReport{
+    {{"OSType", "Mac OS X"}, {"CPUType", ""}, {"CPUSpeed", "1333 MHz"}, {"IsPortable", "0"}},
+    {{"kernel", "Linux \"6\""}, {"memoryTotal", "1024"}},
+    {{"/", "100.00", "50.50", 104857600, 1}, {"/a b\n\xFF", "1234567.00", "0.00"}, {"/\xC3\xA4", "1.00", "1.00"}},
+    {"DomainName"},
+    {"UserName"}};
+const Style kPlain;
 
 } // namespace
 
 TEST(TextReport, FileSystems_AreATableWhateverTheirNames) {
-    const std::string text = asText(kReport);
-    EXPECT_EQ(text.substr(text.find("File systems")), "File systems\n"
-                                                      "  Mount point     Total MB  Free MB\n"
-                                                      "  /                 100.00    50.50\n"
-                                                      "  /a b\\x0a\\xff  1234567.00     0.00\n"
-                                                      "  /\xC3\xA4                  1.00     1.00\n");
+    const std::string text = asText(kReport, kPlain);
+    const size_t begin = text.find("File systems");
+    EXPECT_EQ(text.substr(begin, text.find("\n\n", begin) + 1 - begin), "File systems\n"
+                                                                        "  Mount point     Total MB  Free MB\n"
+                                                                        "  /                 100.00    50.50\n"
+                                                                        "  /a b\\x0a\\xff  1234567.00     0.00\n"
+                                                                        "  /\xC3\xA4                  1.00     1.00\n");
 }
 
-TEST(TextReport, EmptyValue_LeavesNoBlanksBehind) {
-    EXPECT_NE(asText(kReport).find("\n  CPUType\n"), std::string::npos) << asText(kReport);
+TEST(TextReport, WhatHasNoValue_IsFoldedIntoOneLine) {
+    const std::string text = asText(kReport, kPlain);
+    EXPECT_EQ(text.find("\n  CPUType"), std::string::npos) << text;
+    EXPECT_EQ(text.substr(text.rfind('\n', text.size() - 2)), "\nNo value on this system: CPUType\n");
+}
+
+TEST(TextReport, WhatWasLateOrUnreadable_IsSaidAtItsPlace) {
+    Report report = kReport;
+    report.properties["DomainName"] = report.properties["UserName"] = "N/A";
+    const std::string text = asText(report, kPlain);
+    EXPECT_NE(text.find("\n  DomainName           (not told in time)\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("\n  UserName             (not readable)\n"), std::string::npos) << text;
 }
 
 TEST(TextReport, SingleValue_IsWrittenAsItIs) {
-    EXPECT_EQ(asText({"UserName"}, {"a\nb\xFF"}), "a\nb\xFF\n");
-    EXPECT_EQ(asText({"UserName", "OSType"}, {"a\nb\xFF", ""}), "UserName=a\\x0ab\\xff\nOSType=\n");
+    const std::vector<Item> one{{"UserName", "a\nb\xFF", {Value::Text, "a\nb\xFF"}, "", false, false}};
+    std::vector<Item> two = one;
+    two.push_back({"OSType", "", {}, "", false, false});
+    EXPECT_EQ(asText(one, true, false), "a\nb\xFF\n");
+    EXPECT_EQ(asText(two, false, false), "UserName=a\\x0ab\\xff\nOSType=\n");
+}
+
+TEST(TextReport, NarrowTerminal_IsNeverOverrun) {
+    Report report = kReport;
+    report.host["processor"] = "A Very Long Processor Name (R) With Sixty-Four Cores At 2.00 GHz";
+    report.host["kernel"] = std::string(120, 'k');
+    report.fileSystems.push_back({"/\xE4\xB8\x96\xE7\x95\x8C/" + std::string(60, 'm'), "1.00", "1.00"});
+    for (const size_t columns : {40u, 50u, 80u, 132u}) {
+        const std::string text = asText(report, Style{columns, false});
+        size_t widest = 0;
+        for (size_t begin = 0; begin < text.size(); begin = text.find('\n', begin) + 1)
+            widest = std::max(widest, widthOf(text.substr(begin, text.find('\n', begin) - begin)));
+        EXPECT_LE(widest, columns) << text;
+        EXPECT_GT(widest, columns - 12) << text;
+    }
+}
+
+TEST(TextReport, Headings_AreBoldWhereAskedFor) {
+    EXPECT_EQ(asText(kReport, Style{80, true}).rfind("\x1B[1mThis host\x1B[0m\n", 0), 0u);
+    EXPECT_EQ(asText(kReport, Style{80, false}).find('\x1B'), std::string::npos);
+}
+
+TEST(Width, EachText_TakesAsManyColumnsAsListed) {
+    const struct {
+        const char *text;
+        size_t columns;
+    } rows[] = {{"", 0},          {"abc", 3},
+                {"\xC3\xA4", 1},  {"\xE4\xB8\x96\xE7\x95\x8C", 4},
+                {"a\xCC\x88", 1}, {"\xF0\x9F\x98\x80", 2}};
+    for (const auto &row : rows)
+        EXPECT_EQ(widthOf(row.text), row.columns) << row.text;
+}
+
+TEST(Wrapped, EachText_GoesOnAsListed) {
+    const struct {
+        const char *text;
+        size_t columns;
+        std::vector<std::string> lines;
+    } rows[] = {{"", 5, {""}},
+                {"abc", 3, {"abc"}},
+                {"abc de", 3, {"abc", "de"}},
+                {"abcde", 3, {"abc", "de"}},
+                {"a b c", 3, {"a b", "c"}},
+                {"abc", 0, {"abc"}},
+                {"\xE4\xB8\x96\xE7\x95\x8C", 3, {"\xE4\xB8\x96", "\xE7\x95\x8C"}},
+                {"\xE4\xB8\x96", 1, {"\xE4\xB8\x96"}}};
+    for (const auto &row : rows)
+        EXPECT_EQ(wrapped(row.text, row.columns), row.lines) << row.text;
+}
+
+TEST(Readable, EachAmount_HasItsUnit) {
+    EXPECT_EQ(readableBytes("0"), "0 bytes");
+    EXPECT_EQ(readableBytes("1023"), "1023 bytes");
+    EXPECT_EQ(readableBytes("1536"), "1.5 KiB");
+    EXPECT_EQ(readableBytes("25276510208"), "23.5 GiB");
+    EXPECT_EQ(readableSeconds("0"), "0 s");
+    EXPECT_EQ(readableSeconds("59"), "59 s");
+    EXPECT_EQ(readableSeconds("60"), "1 min");
+    EXPECT_EQ(readableSeconds("3600"), "1 h 0 min");
+    EXPECT_EQ(readableSeconds("90061"), "1 day 1 h 1 min");
+    EXPECT_EQ(readableSeconds("172800"), "2 days 0 h 0 min");
+}
+
+TEST(Values, EachText_IsReadAsListed) {
+    const struct {
+        const char *name, *text;
+        Value::Kind kind;
+        const char *value;
+    } rows[] = {
+        {"OSType", "Mac OS X", Value::Text, "Mac OS X"},
+        {"OSType", "N/A", Value::Unknown, ""},
+        {"OSType", "", Value::Unknown, ""},
+        {"OSType", "NA", Value::Text, "NA"},
+        {"UserName", "NA", Value::Unknown, ""},
+        {"CPUSpeed", "1333 MHz", Value::Number, "1333"},
+        {"CPUSpeed", "0 MHz", Value::Unknown, ""},
+        {"CPUSpeed", "fast MHz", Value::Unknown, ""},
+        {"CPUSpeed", " MHz", Value::Unknown, ""},
+        {"NumOfCPU", "2", Value::Number, "2"},
+        {"NumOfCPU", "-2", Value::Unknown, ""},
+        {"TotalDiskSpace", "258019.61", Value::Number, "258019.61"},
+        {"TotalDiskSpace", "1.2.3", Value::Unknown, ""},
+        {"TotalDiskSpace", "1.", Value::Unknown, ""},
+        {"IsPortable", "1", Value::Boolean, "true"},
+        {"IsPortable", "0", Value::Boolean, "false"},
+        {"IsPortable", "-1", Value::Unknown, ""},
+        {"LastUpdate", "02/03/2008 09:05:00", Value::Text, "2008-02-03T09:05:00"},
+        {"LastUpdate", "02/03/20008 09:05:00", Value::Unknown, ""},
+    };
+    for (const auto &row : rows) {
+        const Value value = valueOf(*findProperty(row.name), row.text);
+        EXPECT_EQ(value.kind, row.kind) << row.name << " " << row.text;
+        EXPECT_EQ(value.text, row.value) << row.name << " " << row.text;
+    }
+}
+
+TEST(Csv, Fields_AreQuotedWhereTheyHaveTo) {
+    const std::vector<Item> items{{"a,b", "x", {Value::Text, "say \"x\""}, "MB", false, false},
+                                  {"n", "N/A", {}, "", false, false}};
+    EXPECT_EQ(asCsv(items), "name,value,unit\r\n\"a,b\",\"say \"\"x\"\"\",MB\r\nn,,\r\n");
+}
+
+TEST(Prometheus, HostileTexts_StayWithinTheirLabels) {
+    const std::string text = asPrometheus(kReport, 1795257066);
+    EXPECT_NE(text.find("zorprops_fact_info{name=\"host.kernel\",value=\"Linux \\\"6\\\"\"} 1\n"), std::string::npos)
+        << text;
+    EXPECT_NE(text.find("\nzorprops_filesystem_size_bytes{mountpoint=\"/\"} 104857600\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("FileSystem\\\"/a b\\\\x0a\\\\xff\\\" Total"), std::string::npos) << text;
+    EXPECT_NE(text.find("\nzorprops_processor_speed_hertz 1333000000\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("\nzorprops_report_complete 0\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("\nzorprops_report_timestamp_seconds 1795257066\n"), std::string::npos) << text;
 }
 
 TEST(JsonReport, WhatIsNoUtf8_BecomesTheReplacementCharacter) {
-    const auto json = nlohmann::json::parse(asJson(kReport));
+    const auto json = nlohmann::json::parse(asTree(kReport, Notation::Json));
     EXPECT_EQ(json["fileSystems"][1]["mountPoint"], "/a b\n\xEF\xBF\xBD");
     EXPECT_EQ(json["properties"]["CPUType"], "");
+    EXPECT_EQ(json["values"]["CPUType"], nullptr);
+    EXPECT_EQ(json["values"]["CPUSpeed"], 1333);
+    EXPECT_EQ(json["values"]["IsPortable"], false);
+    EXPECT_EQ(json["host"]["memoryTotal"], 1024);
+    EXPECT_EQ(json["host"]["zone"], nullptr);
+    EXPECT_EQ(json["host"]["fileSystems"][0]["availableBytes"], 1);
+    EXPECT_EQ(json["host"]["fileSystems"][1]["totalBytes"], nullptr);
+    EXPECT_EQ(json["late"].dump(), R"(["DomainName"])");
+    EXPECT_EQ(json["unread"].dump(), R"(["UserName"])");
     const Interface interface {
         7, "eth\xFF", "02\x01", {}
     };
-    EXPECT_EQ(nlohmann::json::parse(asJson(std::vector<Interface>{interface}))["interfaces"][0]["name"],
+    EXPECT_EQ(nlohmann::json::parse(asTree(std::vector<Interface>{interface}, Notation::Json))["interfaces"][0]["name"],
               "eth\xEF\xBF\xBD");
 }
 
 TEST(JsonReport, OneInterface_IsAListOfOne) {
-    EXPECT_TRUE(nlohmann::json::parse(asJson(std::vector<Interface>{{1, "lo", "", {}}}))["interfaces"].is_array());
-    EXPECT_TRUE(nlohmann::json::parse(asJson(std::vector<Interface>{})).is_object());
+    EXPECT_TRUE(nlohmann::json::parse(asTree(std::vector<Interface>{{1, "lo", "", {}}}, Notation::Json))["interfaces"]
+                    .is_array());
+    EXPECT_TRUE(nlohmann::json::parse(asTree(std::vector<Interface>{}, Notation::Json)).is_object());
 }
 
 TEST(OwnOutput, DescriptorThatDoesNotWait_IsWaitedFor) {
@@ -126,7 +269,7 @@ TEST(OwnOutput, DescriptorThatDoesNotWait_IsWaitedFor) {
             fcntl(ends[0], F_SETFL, 0);
             size_t total = 0;
             char buffer[4096];
-            output.~OwnOutput();
+            output.~OwnOutput(); // else this reader would never see the end
             for (ssize_t got = 1; got > 0; total += static_cast<size_t>(got))
                 got = read(ends[0], buffer, sizeof buffer);
             _exit(total == text.size() ? 0 : 1);
@@ -147,5 +290,20 @@ TEST(OwnOutput, WithoutStandardOutput_SaysSo) {
         EXPECT_GE(fcntl(STDOUT_FILENO, F_GETFD), 0); // taken, so that no file becomes it
         EXPECT_EQ(output.finish("text"), EBADF);
         dup2(before, STDOUT_FILENO);
+    }));
+}
+
+TEST(OwnOutput, MissingStandardError_IsTaken) {
+    EXPECT_TRUE(zor::test::childPasses([] {
+        const int before = dup(STDERR_FILENO);
+        close(STDERR_FILENO);
+        close(STDIN_FILENO);
+        {
+            OwnOutput output(true);
+            EXPECT_GE(fcntl(STDIN_FILENO, F_GETFD), 0);
+            EXPECT_GE(fcntl(STDERR_FILENO, F_GETFD), 0);
+            output.tell("nobody hears it");
+        }
+        dup2(before, STDERR_FILENO);
     }));
 }

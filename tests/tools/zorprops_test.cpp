@@ -41,9 +41,9 @@ std::vector<std::string> keysOf(const Json &object) {
 }
 
 /** The JSON that these arguments give; parsing checks the UTF-8. */
-Json jsonOf(const std::vector<std::string> &arguments) {
+Json jsonOf(const std::vector<std::string> &arguments, int code = 0) {
     const ProgramResult result = runProgram(arguments);
-    EXPECT_EQ(result.code, 0) << result.errors;
+    EXPECT_EQ(result.code, code) << result.errors;
     Json json = Json::parse(result.output, nullptr, false);
     EXPECT_FALSE(json.is_discarded()) << result.output;
     return json;
@@ -80,7 +80,10 @@ bool logOn(const std::vector<LoginRecord> &records) {
 
 TEST(Report, Json_HasEveryPropertyByNameAndTheFileSystems) {
     const Json report = jsonOf({"--json"});
-    EXPECT_EQ(keysOf(report), (std::vector<std::string>{"properties", "fileSystems"}));
+    EXPECT_EQ(keysOf(report),
+              (std::vector<std::string>{"schema", "host", "properties", "values", "fileSystems", "late", "unread"}));
+    EXPECT_EQ(report["schema"], 1);
+    EXPECT_EQ(keysOf(report["values"]), libraryNames());
     EXPECT_EQ(keysOf(report["properties"]), libraryNames()); // the library's map is in the order of names
     for (const auto &value : report["properties"])
         EXPECT_TRUE(value.is_string()) << value;
@@ -93,20 +96,31 @@ TEST(Report, Json_HasEveryPropertyByNameAndTheFileSystems) {
     }
 }
 
+TEST(Report, Text_BeginsWithThisHost) {
+    const std::vector<std::string> lines = linesOf(runProgram({}).output);
+    ASSERT_GT(lines.size(), 3u);
+    EXPECT_EQ(lines[0], "This host");
+    EXPECT_EQ(lines[1].rfind("  Operating system     ", 0), 0u) << lines[1];
+    EXPECT_EQ(lines[1].find("Mac OS X") != std::string::npos, bool(ZORPROPS_HOST_IS_TARGET)) << lines[1];
+}
+
 TEST(Report, Text_HasEveryPropertyOnceAndItsValuesInOneColumn) {
     const ProgramResult result = runProgram({});
     EXPECT_EQ(result.code, 0);
-    const std::string properties = result.output.substr(0, result.output.find("File systems\n"));
+    const size_t begin = result.output.find("\nOperating system\n"), end = result.output.find("File systems\n");
     std::vector<std::string> names;
-    for (const std::string &line : linesOf(properties)) {
+    for (const std::string &line : linesOf(result.output.substr(begin, end - begin))) {
         if (line.rfind("  ", 0) != 0)
             continue;
         names.push_back(line.substr(2, line.find(' ', 2) - 2));
-        if (line.size() > 22) {
-            EXPECT_EQ(line.find_first_not_of(' ', line.find(' ', 2)), 23u) << line;
-        }
+        EXPECT_EQ(line.find_first_not_of(' ', line.find(' ', 2)), 23u) << line;
         EXPECT_NE(line.back(), ' ') << line;
     }
+    const std::string withoutValue = linesOf(result.output).back(), start = "No value on this system: ";
+    ASSERT_EQ(withoutValue.rfind(start, 0), 0u) << withoutValue;
+    std::istringstream rest(withoutValue.substr(start.size()));
+    for (std::string name; rest >> name;)
+        names.push_back(name.substr(0, name.find(',')));
     std::sort(names.begin(), names.end());
     EXPECT_EQ(names, libraryNames());
     EXPECT_NE(result.output.find("Operating system\n  OSType               Mac OS X\n"), std::string::npos);
@@ -134,7 +148,7 @@ TEST(Get, SeveralNames_GiveLinesInTheOrderAsked) {
 }
 
 TEST(Get, Json_IsAnObjectInTheOrderAsked) {
-    EXPECT_EQ(jsonOf({"get", "--json", "PlatformID", "CPUSerialNumber"}).dump(),
+    EXPECT_EQ(jsonOf({"get", "--json", "PlatformID", "CPUSerialNumber"}, 3).dump(),
               R"({"PlatformID":"MAC","CPUSerialNumber":"N/A"})");
     EXPECT_EQ(jsonOf({"--json", "get", "PlatformID"}).dump(), R"({"PlatformID":"MAC"})");
 }
@@ -144,7 +158,7 @@ TEST(Get, EveryNameOfTheReport_IsAnswered) {
     std::vector<std::string> arguments{"get", "--json"};
     const std::vector<std::string> names = libraryNames();
     arguments.insert(arguments.end(), names.begin(), names.end());
-    const Json values = jsonOf(arguments);
+    const Json values = jsonOf(arguments, 3); // the processor's serial number, for one, has no value
     EXPECT_EQ(keysOf(values), names);
     for (const char *name :
          {"OSType", "NumberOfFileSystems", "TotalPhysicalMemory", "ComputerName", "CPUType", "UserName"})
@@ -165,7 +179,7 @@ TEST(Get, NameThatNobodyAnswers_GivesTheNearestOnes) {
     const struct {
         const char *name, *nearest;
     } rows[] = {
-        {"ostype", "'ostype'; the nearest are OSType, "},
+        {"ostyp", "'ostyp'; the nearest are OSType, "},
         {"FreeMemry", "'FreeMemry'; the nearest are FreeMemory, "},
         {"SystemInfo", "'SystemInfo'; the nearest are "},
         {"", "''; the nearest are "},
@@ -182,11 +196,41 @@ TEST(Get, NameThatNobodyAnswers_GivesTheNearestOnes) {
     }
 }
 
-TEST(Get, OneOfSeveralUnknown_AnswersNone) {
+TEST(Get, OneOfSeveralUnknown_AnswersTheOthers) {
     const ProgramResult result = runProgram({"get", "PlatformID", "Bogus", "--json", "Other"});
     EXPECT_EQ(result.code, 1);
-    EXPECT_EQ(result.output, "");
-    EXPECT_EQ(linesOf(result.errors).size(), 2u) << result.errors;
+    EXPECT_EQ(Json::parse(result.output).dump(), R"({"PlatformID":"MAC"})");
+    EXPECT_NE(result.errors.find("'Bogus'"), std::string::npos) << result.errors;
+    EXPECT_NE(result.errors.find("'Other'"), std::string::npos) << result.errors;
+    EXPECT_EQ(runProgram({"get", "Bogus", "OSOEMId"}).output, "OSOEMId=Apple Macintosh\n");
+}
+
+TEST(Get, LetterCase_DoesNotCount) {
+    EXPECT_EQ(runProgram({"get", "platformid"}).output, "MAC\n");
+    EXPECT_EQ(runProgram({"get", "PLATFORMID", "osoemID"}).output, "PlatformID=MAC\nOSOEMId=Apple Macintosh\n");
+    EXPECT_EQ(runProgram({"get", "HOST.KERNEL"}).output, runProgram({"get", "host.kernel"}).output);
+}
+
+TEST(Get, KnownNameWithoutValue_HasACodeOfItsOwn) {
+    const ProgramResult plain = runProgram({"get", "CPUSerialNumber"}),
+                        null = runProgram({"get", "--null", "IPXAddress"});
+    EXPECT_EQ(plain.code, 3);
+    EXPECT_EQ(plain.output, "N/A\n");
+    EXPECT_EQ(plain.errors, "");
+    EXPECT_EQ(null.code, 3);
+    EXPECT_EQ(null.output, "");
+    EXPECT_EQ(runProgram({"get", "--null", "IPXAddress", "PlatformID"}).output, "IPXAddress=\nPlatformID=MAC\n");
+    EXPECT_EQ(Json::parse(runProgram({"get", "--null", "--json", "IPXAddress"}).output).dump(),
+              R"({"IPXAddress":null})");
+    EXPECT_EQ(runProgram({"get", "IPXAddress", "Bogus"}).code, 1); // unknown tells more
+    EXPECT_EQ(runProgram({"get", "PlatformID"}).code, 0);
+}
+
+TEST(Get, FactOfThisHost_IsAnswered) {
+    const Json host = jsonOf({"--json"})["host"];
+    EXPECT_EQ(runProgram({"get", "host.kernel"}).output, host["kernel"].get<std::string>() + "\n");
+    EXPECT_EQ(jsonOf({"get", "host.memoryTotal", "--json"})["host.memoryTotal"], host["memoryTotal"]);
+    EXPECT_EQ(jsonOf({"get", "host.diskTotal", "--json"})["host.diskTotal"], host["diskTotal"]);
 }
 
 TEST(Get, TimeZone_IsTheOneInForce) {
@@ -195,29 +239,22 @@ TEST(Get, TimeZone_IsTheOneInForce) {
 }
 
 TEST(List, Names_AreThoseOfTheReportByGroup) {
+    const std::string text = runProgram({"list"}).output;
     std::vector<std::string> names;
-    for (const std::string &line : linesOf(runProgram({"list"}).output))
+    for (const std::string &line : linesOf(text.substr(0, text.find("\nThis host\n"))))
         if (line.rfind("  ", 0) == 0)
-            names.push_back(line.substr(2));
+            names.push_back(line.substr(2, line.find(' ', 2) - 2));
     const std::vector<std::string> inOrder = names;
     std::sort(names.begin(), names.end());
     EXPECT_EQ(names, libraryNames());
     std::vector<std::string> jsonNames;
-    for (const auto &group : jsonOf({"list", "--json"}))
-        for (const auto &name : group)
-            jsonNames.push_back(name);
-    EXPECT_EQ(jsonNames, inOrder);
-}
-
-TEST(Options, Help_NamesEveryCommandAndOption) {
-    for (const char *option : {"--help", "-h"}) {
-        const ProgramResult result = runProgram({option});
-        EXPECT_EQ(result.code, 0);
-        EXPECT_EQ(result.errors, "");
-        for (const char *word : {"get NAME", "list", "interfaces", "users", "--json", "--local-ip ADDRESS",
-                                 "--loopback", "--verbose", "--version", "Exit code"})
-            EXPECT_NE(result.output.find(word), std::string::npos) << word;
+    const Json list = jsonOf({"list", "--json"});
+    for (const auto &word : list["properties"]) {
+        jsonNames.push_back(word["name"]);
+        EXPECT_EQ(keysOf(word), (std::vector<std::string>{"name", "group", "type", "unit", "meaning"}));
     }
+    EXPECT_EQ(jsonNames, inOrder);
+    EXPECT_NE(text.find("\n  TotalPhysicalMemory  integer  bytes  physical memory\n"), std::string::npos) << text;
 }
 
 TEST(Options, Version_IsTheProjects) {
@@ -243,6 +280,22 @@ TEST(Options, UsageError_IsOneLineAndCode2) {
         {"a\nb"},
         {"users", "--loopback"},
         {"interfaces", "1"},
+        {"--format=bogus"},
+        {"--format"},
+        {"get", "--format=prometheus", "OSType"},
+        {"diff", "--format=csv", "a"},
+        {"list", "--null"},
+        {"--count", "3"},
+        {"watch", "--count", "0"},
+        {"watch", "--interval", "-1"},
+        {"--timeout", "soon"},
+        {"--timeout", "1.2.3"},
+        {"--timeout", "86401"},
+        {"diff"},
+        {"diff", "a", "b", "c"},
+        {"completion"},
+        {"completion", "tcsh"},
+        {"completion", "bash", "zsh"},
         {"--local-ip", "1.2.3"},
     };
     for (const auto &row : rows) {
@@ -267,13 +320,31 @@ TEST(Options, UnknownOption_IsNamed) {
         {{"list", "-xv", "--json"}, "-x"},
         {{"-?"}, "-?"},
         {{"-:"}, "-:"},
-        {{"--json=yes"}, "--json=yes"},
         {{"list", "--lo"}, "--lo"},
         {{"-\xFF"}, "-\\xff"},
     };
     for (const auto &row : rows)
         EXPECT_EQ(runProgram(row.arguments).errors,
                   "zorprops: no such option: " + std::string(row.named) + " (try zorprops --help)\n");
+}
+
+TEST(Options, ValueForOneThatTakesNone_IsRefused) {
+    EXPECT_EQ(runProgram({"--json=yes"}).errors,
+              "zorprops: the option takes no value: --json=yes (try zorprops --help)\n");
+}
+
+TEST(Options, NearlyRight_IsGuessed) {
+    EXPECT_EQ(runProgram({"--jsn"}).errors,
+              "zorprops: no such option: --jsn; did you mean --json? (try zorprops --help)\n");
+    EXPECT_EQ(runProgram({"--formt=csv"}).errors,
+              "zorprops: no such option: --formt=csv; did you mean --format? (try zorprops --help)\n");
+    EXPECT_EQ(runProgram({"interface"}).errors,
+              "zorprops: no such command: interface; did you mean interfaces? (try zorprops --help)\n");
+}
+
+TEST(Options, TwoDashes_EndThem) {
+    EXPECT_EQ(runProgram({"get", "--", "PlatformID"}).output, "MAC\n");
+    EXPECT_EQ(runProgram({"get", "--", "--json"}).code, 1);
 }
 
 TEST(Output, ThatCannotBeWritten_IsAnError) {
@@ -322,6 +393,7 @@ TEST_F(MadeUpMachine, Diagnostics_SpoilNoOutputAndComeWhenAskedFor) {
         ASSERT_TRUE(logOn({userRecord("1", "zoe")}));
         EXPECT_EQ(runProgram({"get", "UserName"}).errors, "");
         const ProgramResult result = runProgram({"get", "UserName", "--verbose"});
+        EXPECT_EQ(result.code, 0);
         EXPECT_EQ(result.output, "zoe\n");
         EXPECT_EQ(result.errors, "Some changes happen in the logon sessions.\n7  1  zoe  pts/1 \n"
                                  "Local User Logged on zoe \nComing out from the logon session collections.\n");

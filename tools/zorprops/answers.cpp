@@ -55,10 +55,27 @@ std::string seconds(std::chrono::milliseconds time) {
     return text + " s";
 }
 
-/** Adds what else is to be said; of two exit codes the lower one tells more, but for 0. */
+/** How much an exit code tells: of two the one that tells more is the answer's. */
+int weightOf(ExitCode code) {
+    switch (code) {
+    case Answered:
+        return 0;
+    case NoValue:
+        return 1;
+    case TimeRanOut:
+        return 2;
+    case NotAnswered:
+        return 3;
+    case BadUsage:
+        break;
+    }
+    return 4;
+}
+
+/** Adds what else is to be said. */
 void add(Answer &answer, const Answer &more) {
     answer.messages += more.messages;
-    if (answer.exitCode == Answered || (more.exitCode != Answered && more.exitCode < answer.exitCode))
+    if (weightOf(more.exitCode) > weightOf(answer.exitCode))
         answer.exitCode = more.exitCode;
 }
 

@@ -97,7 +97,7 @@ private:
             if (word.substr(2, equals == std::string::npos ? equals : equals - 2) != option.name)
                 continue;
             if (!option.value && equals != std::string::npos)
-                break;
+                return UsageError{"the option takes no value: " + word};
             if (!option.value)
                 return take(option, {});
             if (equals != std::string::npos)

@@ -10,7 +10,7 @@ namespace zorprops {
 namespace {
 
 void addWord(std::string &words, const std::string &word) {
-    words += (words.empty() ? "" : " ") + word;
+    words += (words.empty() || word.empty() ? "" : " ") + word;
 }
 
 std::string names() {
@@ -177,14 +177,13 @@ std::string fish() {
         if (!option.choices.empty())
             text += " -a '" + joined(option.choices) + "'";
         std::string with;
-        bool goesWithNone = option.commands.empty();
-        for (const Command command : option.commands) {
-            goesWithNone = goesWithNone || command == Command::Report;
-            if (command != Command::Report)
-                addWord(with, describe(command).name);
-        }
-        if (!goesWithNone)
-            text += " -n '__fish_seen_subcommand_from " + with + "'";
+        for (const Command command : option.commands)
+            addWord(with, describe(command).name);
+        if (!option.commands.empty())
+            text +=
+                " -n '__fish_seen_subcommand_from " + with +
+                (goesWith(option, Command::Report) ? "; or not __fish_seen_subcommand_from " + commandNames() : "") +
+                "'";
         text += " -d '" + quoted(option.help) + "'\n";
     }
     return text;

@@ -9,7 +9,7 @@ namespace zorprops {
 
 namespace {
 
-constexpr size_t kLeastFlexible = 8; // a column that gives way keeps as much
+constexpr size_t kLeastFlexible = 12; // a column that gives way keeps as much
 
 /** The length of the UTF-8 character that starts here; 0 where none does. */
 size_t characterLength(const std::string &text, size_t at) {
@@ -153,17 +153,32 @@ std::string Table::text(const std::string &indent, const Style &style) const {
     for (size_t i = 0; i < widths.size(); ++i)
         others += i == m_flexible ? 0 : widths[i];
     size_t &flexible = widths[m_flexible];
-    if (style.columns > 0 && others + flexible > style.columns)
-        flexible = std::max(kLeastFlexible, style.columns > others ? style.columns - others : 0);
+    const size_t room = style.columns > others ? style.columns - others : 0;
+    const bool isTooWide = style.columns > 0 && flexible > room;
+    if (isTooWide && room < kLeastFlexible)
+        return stacked(indent, style.columns);
+    if (isTooWide)
+        flexible = room;
     std::string lines;
     for (const auto &row : m_rows) {
         std::vector<std::string> cells = row;
-        for (const std::string &part : wrapped(row[m_flexible], style.columns > 0 ? flexible : 0)) {
+        for (const std::string &part : wrapped(row[m_flexible], isTooWide ? flexible : 0)) {
             cells[m_flexible] = part;
             lines += line(indent, cells, widths);
             cells.assign(row.size(), "");
         }
     }
+    return lines;
+}
+
+std::string Table::stacked(const std::string &indent, size_t columns) const {
+    std::string lines;
+    for (const auto &row : m_rows)
+        for (size_t i = 0; i < row.size(); ++i) {
+            const std::string before = indent + (i == 0 ? "" : "  ");
+            for (const std::string &part : wrapped(row[i], std::max(columns, before.size() + 1) - before.size()))
+                lines += part.empty() ? "" : before + part + '\n';
+        }
     return lines;
 }
 

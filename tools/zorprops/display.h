@@ -41,6 +41,7 @@ public:
     std::string text(const std::string &indent, const Style &style) const;
 
 private:
+    std::string stacked(const std::string &indent, size_t columns) const;
     std::string line(std::string text, const std::vector<std::string> &row, const std::vector<size_t> &widths) const;
 
     std::vector<Align> m_alignment;
