@@ -175,6 +175,18 @@ TEST(Hardship, FileThatMayNotGrow_IsAnError) {
     }));
 }
 
+TEST(Hardship, WithoutThreads_TheReportComesAllTheSame) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(__clang__)
+    GTEST_SKIP() << "sanitizers need more memory than this test leaves";
+#endif
+    const std::string starved = "ulimit -v 1000000 && ulimit -s 4000000 && "; // no room for a thread's stack
+    if (shell(starved + "true").code != 0 || zor::test::zorprops().find(' ') != std::string::npos)
+        GTEST_SKIP() << "needs to limit memory, and no emulator";
+    const ShellResult result = shell(starved + zor::test::zorprops() + " --json");
+    EXPECT_EQ(result.code, 0) << result.output;
+    EXPECT_NE(result.output.find("\"PlatformID\": \"MAC\""), std::string::npos) << result.output;
+}
+
 TEST(Hardship, IgnoredChildren_AreWaitedForAllTheSame) {
     EXPECT_EQ(shell("trap '' CHLD; " + zor::test::zorprops() + " get PlatformID").output.substr(0, 4), "MAC\n");
 }

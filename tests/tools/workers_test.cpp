@@ -4,6 +4,7 @@
 
 #include "tools/zorprops/workers.h"
 
+#include <atomic>
 #include <stdexcept>
 
 #include <gtest/gtest.h>
@@ -103,5 +104,23 @@ TEST(Workers, LongWait_IsShownAndWipedAway) {
         workers.wait();
         EXPECT_EQ(shown.rfind("\r\x1B[Kwaiting for nobody, 1 of 2 s", 0), 0u) << shown;
         EXPECT_EQ(shown.substr(shown.size() - 4), "\r\x1B[K");
+    }));
+}
+
+TEST(Workers, StuckThreads_DoNotBecomeMoreAndMore) {
+    EXPECT_TRUE(zor::test::childPasses([] {
+        std::atomic<int> begun{0};
+        const Patience patience = within(milliseconds(20));
+        for (int look = 0; look < 60; ++look) {
+            Workers workers({{"nobody",
+                              [&] {
+                                  ++begun;
+                                  return stuck().work();
+                              }}},
+                            patience);
+            EXPECT_EQ(workers.wait()[0].state, Outcome::Late);
+        }
+        EXPECT_GE(begun, 1);
+        EXPECT_LE(begun, 40); // a thread that was not yet running did not count
     }));
 }

@@ -58,6 +58,7 @@ int follow(const Request &request, OwnOutput &output) {
         setLocalAddress(request.localAddress);
     Patience patience;
     patience.limit = request.timeout;
+    patience.messages = output.messages();
     if (output.messagesGoToTerminal())
         patience.showProgress = [&output](const std::string &line) { output.tell(line); };
     if (request.command == Command::Watch)

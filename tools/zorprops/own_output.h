@@ -25,6 +25,8 @@ public:
     void tell(const std::string &text) const;
     /** For waiting until its reader is gone; -1 when it is closed. */
     int descriptor() const { return m_descriptor; }
+    /** Where tell writes; -1 when there is nowhere. */
+    int messages() const { return m_messages; }
     /** Whether somebody sees the messages as they come. */
     bool messagesGoToTerminal() const;
     /** The columns of the terminal that it leads to; 0 where it leads elsewhere. */

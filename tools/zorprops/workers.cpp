@@ -22,7 +22,10 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds kStalled{300}, kShowProgressAfter{1000};
 
+constexpr int kMostThreads = 32; // that may be stuck at once, where one looks again and again
+
 std::atomic<bool> leftOneBehind{false};
+std::atomic<int> threadsAtWork{0};
 
 Outcome outcomeOf(const Job &job) {
     try {
@@ -99,10 +102,17 @@ Workers::~Workers() {
         leftOneBehind = true;
 }
 
+/** False when no thread can be made. Where enough are stuck, the jobs come to be late without one more. */
 bool Workers::startThread() {
+    if (threadsAtWork >= kMostThreads)
+        return true;
     try {
         m_threads.reserve(m_threads.size() + 1);
-        m_threads.emplace_back([shared = m_shared] { shared->work(); });
+        m_threads.emplace_back([shared = m_shared] {
+            ++threadsAtWork;
+            shared->work();
+            --threadsAtWork;
+        });
         return true;
     } catch (const std::system_error &) {
         return false;
@@ -113,8 +123,10 @@ bool Workers::startThread() {
 void Workers::runHere() {
     static const char kLate[] = "zorprops: time ran out, and no thread could be made to wait meanwhile\n";
     static const int kCode = 4;
+    static int messages;
+    messages = m_patience.messages;
     const auto seconds = static_cast<unsigned int>((m_patience.limit.count() + 999) / 1000);
-    std::signal(SIGALRM, [](int) { _exit(write(STDERR_FILENO, kLate, sizeof kLate - 1) < 0 ? 1 : kCode); });
+    std::signal(SIGALRM, [](int) { _exit(write(messages, kLate, sizeof kLate - 1) < 0 ? 1 : kCode); });
     alarm(seconds);
     m_shared->work();
     m_shared->ended = 0;

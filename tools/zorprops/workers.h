@@ -31,6 +31,7 @@ struct Outcome {
 struct Patience {
     std::chrono::milliseconds limit{10000};                     // 0: none
     std::function<void(const std::string &)> showProgress = {}; // gets a line for a terminal, from the second second on
+    int messages = 2;                     // the descriptor for 'time ran out', where no thread can be made
     std::function<bool()> isGivenUp = {}; // looked at now and then: true ends the wait before its time
 };
 
