@@ -187,6 +187,24 @@ TEST(Hardship, WithoutThreads_TheReportComesAllTheSame) {
     EXPECT_NE(result.output.find("\"PlatformID\": \"MAC\""), std::string::npos) << result.output;
 }
 
+TEST(Hardship, WithoutDescriptors_WhatCouldNotBeReadIsSaid) {
+    if (zor::test::zorprops().find(' ') != std::string::npos)
+        GTEST_SKIP() << "an emulator needs descriptors of its own";
+    TemporaryFolder folder;
+    const std::string starved = // none is left beyond the program's own
+        folder.writeScript("starved", "ulimit -n 5\nexec " + zor::test::zorprops() + " \"$@\"");
+    const ShellResult interfaces = shell(starved + " interfaces --loopback");
+    EXPECT_EQ(interfaces.code, 1);
+    EXPECT_EQ(interfaces.output, "zorprops: could not be read: the interfaces\n");
+    EXPECT_EQ(shell(starved + " get IPAddress").code, 1);
+    const ShellResult result = shell(starved + " --json 2>'" + (folder / "errors") + "'");
+    EXPECT_EQ(result.code, 1);
+    const Json unread = Json::parse(result.output)["unread"];
+    for (const char *name : {"FreeMemory", "IPAddress", "TotalPhysicalMemory"})
+        EXPECT_NE(unread.dump().find(name), std::string::npos) << unread << name;
+    EXPECT_NE(zor::test::readFile(folder / "errors").find("zorprops: could not be read: "), std::string::npos);
+}
+
 TEST(Hardship, IgnoredChildren_AreWaitedForAllTheSame) {
     EXPECT_EQ(shell("trap '' CHLD; " + zor::test::zorprops() + " get PlatformID").output.substr(0, 4), "MAC\n");
 }

@@ -181,10 +181,12 @@ Answer list(Format format, const Style &style) {
 }
 
 Answer interfaces(const Request &request, const Style &style) {
-    const std::vector<Interface> interfaces = collectInterfaces(request.loopback);
+    const auto interfaces = collectInterfaces(request.loopback);
+    if (!interfaces)
+        return {{}, message("could not be read: the interfaces"), NotAnswered};
     if (request.format == Format::Text)
-        return {asText(interfaces, style)};
-    return {request.format == Format::Csv ? asCsv(interfaces) : asTree(interfaces, notationOf(request.format))};
+        return {asText(*interfaces, style)};
+    return {request.format == Format::Csv ? asCsv(*interfaces) : asTree(*interfaces, notationOf(request.format))};
 }
 
 Answer users(Format format, const Style &style, const Patience &patience) {

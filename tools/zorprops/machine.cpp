@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <iterator>
+#include <new>
 
 #include <ifaddrs.h>
 #include <net/if.h>
@@ -29,8 +30,13 @@ namespace {
 
 using sysprops::ISysProps;
 
+/** The library's converter gives an empty text when there is no memory; a fact must not seem to be empty for that. */
 std::string narrow(const std::wstring &text) {
-    return sysprops::sysprops_wide_to_ansi(text);
+    std::string narrowed = sysprops::sysprops_wide_to_ansi(text);
+    const bool isConvertible = !text.empty() && text.front() > 0 && text.front() < 0xD800;
+    if (narrowed.empty() && isConvertible)
+        throw std::bad_alloc();
+    return narrowed;
 }
 
 /** The library reports the time zone as it finds it set up in the process. */
@@ -72,16 +78,23 @@ Texts memoryTexts(ISysProps &machine) {
 }
 
 /** Whether the system's list of interfaces can be read and has none with an address that the library would report. */
-bool hasNoAddress() {
+bool hasNoAddress(bool includeLoopback = false) {
     ifaddrs *list = nullptr;
     if (getifaddrs(&list) != 0)
         return false;
     bool isFound = false;
     for (const ifaddrs *entry = list; entry; entry = entry->ifa_next)
-        isFound = isFound || (entry->ifa_addr && (entry->ifa_flags & IFF_UP) && !(entry->ifa_flags & IFF_LOOPBACK) &&
+        isFound = isFound || (entry->ifa_addr && (entry->ifa_flags & IFF_UP) &&
+                              (includeLoopback || !(entry->ifa_flags & IFF_LOOPBACK)) &&
                               (entry->ifa_addr->sa_family == AF_INET || entry->ifa_addr->sa_family == AF_INET6));
     freeifaddrs(list);
     return !isFound;
+}
+
+constexpr const char *kOfAnAddress[] = {"IPAddress", "SubnetMask", "SubnetAddress", "NETAddress"};
+
+bool isOfAnAddress(const std::string &name) {
+    return std::find(std::begin(kOfAnAddress), std::end(kOfAnAddress), name) != std::end(kOfAnAddress);
 }
 
 Texts networkTexts(ISysProps &machine) {
@@ -92,7 +105,8 @@ Texts networkTexts(ISysProps &machine) {
                 "SubnetMask",    narrow(info.SubnetMask),    "NETAddress", narrow(info.NETAddress),
                 "SubnetAddress", narrow(info.SubnetAddress), "IPXAddress", narrow(info.IPXAddress)};
     if (!isTold && !hasNoAddress())
-        append(texts, {kUnread, "IPAddress", kUnread, "SubnetMask", kUnread, "NETAddress", kUnread, "SubnetAddress"});
+        for (const char *name : kOfAnAddress)
+            append(texts, {kUnread, name});
     return texts;
 }
 
@@ -151,8 +165,11 @@ Texts singleTexts(const std::vector<const Word *> &words) {
             setUpTimeZone();
         const std::wstring name = sysprops::sysprops_ansi_to_wide(word->name);
         const bool isGrouped = name != sysprops::NumFileSystems_Key; // the one that the query by name does not know
-        append(texts,
-               {word->name, narrow(isGrouped ? machine.GetOneSystemProperty(name) : machine.GetOneDiskProperty(name))});
+        const std::string value =
+            narrow(isGrouped ? machine.GetOneSystemProperty(name) : machine.GetOneDiskProperty(name));
+        append(texts, {word->name, value});
+        if (isOfAnAddress(word->name) && (value.empty() || value == "N/A") && !hasNoAddress())
+            append(texts, {kUnread, word->name});
     }
     return texts;
 }
@@ -276,6 +293,15 @@ void blame(Report &report, Source source, const std::vector<const Word *> &asked
     }
 }
 
+/** Collects what needs not be waited for. */
+void collectHere(Report &report, const Share &share, const std::vector<const Word *> &asked) {
+    try {
+        enter(report, textsOf(share));
+    } catch (const std::bad_alloc &) {
+        blame(report, share.source, asked, Outcome::Failed);
+    }
+}
+
 /** Names what has no value although it should. */
 void judge(Report &report, const std::vector<const Word *> &asked) {
     for (const Word *word : asked) {
@@ -306,12 +332,12 @@ Report collect(const std::vector<const Word *> &asked, bool withFileSystems, con
         (mayWait(share) ? slow : quick).push_back(std::move(share));
     std::vector<Job> jobs;
     for (const Share &share : slow)
-        jobs.push_back({kindOfWait(share.source), [&share] { return textsOf(share); }, share.isSpare});
+        jobs.push_back({kindOfWait(share.source), [share] { return textsOf(share); }, share.isSpare});
     Workers workers(std::move(jobs), patience);
 
     Report report; // meanwhile
     for (const Share &share : quick)
-        enter(report, textsOf(share));
+        collectHere(report, share, asked);
     if (std::any_of(asked.begin(), asked.end(), isHostFact))
         report.host = collectHostFacts();
 
@@ -334,9 +360,10 @@ Report collectReport(const Patience &patience) {
     return collect(all, true, patience);
 }
 
-std::vector<Interface> collectInterfaces(bool includeLoopback) {
+std::optional<std::vector<Interface>> collectInterfaces(bool includeLoopback) {
     velmora_com::vta::NetInterfaceList list(includeLoopback);
-    velmora_com::vta::getNetInterfacesList(list);
+    if (!velmora_com::vta::getNetInterfacesList(list) && !hasNoAddress(includeLoopback))
+        return std::nullopt;
     std::vector<Interface> interfaces;
     for (const unsigned int index : list.getIndexes())
         interfaces.push_back(describe(list.getNetInterface(index)));

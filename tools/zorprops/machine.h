@@ -55,8 +55,8 @@ Report collectReport(const Patience &patience);
 /** What these words need, and no more; withFileSystems: the table of file systems too. */
 Report collect(const std::vector<const Word *> &asked, bool withFileSystems, const Patience &patience);
 
-/** The interfaces that are up and have an address, in the library's order. */
-std::vector<Interface> collectInterfaces(bool includeLoopback);
+/** The interfaces that are up and have an address, in the library's order; none when they cannot be read. */
+std::optional<std::vector<Interface>> collectInterfaces(bool includeLoopback);
 
 Users collectUsers(const Patience &patience);
 
