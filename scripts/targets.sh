@@ -138,6 +138,14 @@ counted() {
     fi
 }
 
+# one_file: what ./report builds runs and needs no library but the system's own.
+one_file() {
+    local program=build/release/tools/zorprops/zorprops
+    ./report --version | grep -q '^zorprops ' || return 1
+    readelf -d "$program" | grep NEEDED | grep -vE '\[(libc|ld)[-.]' && return 1
+    "$program" --json | grep -q '"schema": 1'
+}
+
 # few_skips TARGET: what emulation cannot do may be skipped, but no more than one test in twenty.
 few_skips() {
     local line name built run passed skipped bad
@@ -184,6 +192,7 @@ run_all() {
 
     build 'x86-64, g++, with benchmarks' build/test "${tests[@]}" -DZORCOMN_BENCH=ON &&
         suite 'x86-64, g++, with benchmarks' build/test
+    step 'zorprops as one file' one_file
     step 'clang-format' check_format
     step 'clang-tidy' check_tidy
     build 'x86-64, clang++, address and undefined' build/asan "${tests[@]}" -DCMAKE_CXX_COMPILER=clang++ \
