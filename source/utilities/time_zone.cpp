@@ -49,7 +49,7 @@ void settleZone() {
     const ForkDelay delay; // the environment and the zone have locks of their own
     // Kept: an empty TZ, and one beyond 1,024 characters, is removed.
     if (const char *setting = std::getenv("TZ")) {
-        const size_t length = strnlen(setting, kLongestSetting + 1);
+        const size_t length = boundedLength(setting, kLongestSetting + 1);
         if (length == 0 || length > kLongestSetting)
             unsetenv("TZ");
     }
