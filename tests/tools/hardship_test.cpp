@@ -191,8 +191,8 @@ TEST(Hardship, WithoutDescriptors_WhatCouldNotBeReadIsSaid) {
     if (zor::test::zorprops().find(' ') != std::string::npos)
         GTEST_SKIP() << "an emulator needs descriptors of its own";
     TemporaryFolder folder;
-    const std::string starved = // none is left beyond the program's own
-        folder.writeScript("starved", "ulimit -n 5\nexec " + zor::test::zorprops() + " \"$@\"");
+    const std::string starved = // none is left beyond the program's own; a test runner may hand down some of its own
+        folder.writeScript("starved", "exec 3>&- 4>&- 5>&-\nulimit -n 5\nexec " + zor::test::zorprops() + " \"$@\"");
     const ShellResult interfaces = shell(starved + " interfaces --loopback");
     EXPECT_EQ(interfaces.code, 1);
     EXPECT_EQ(interfaces.output, "zorprops: could not be read: the interfaces\n");
