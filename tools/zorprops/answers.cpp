@@ -203,7 +203,7 @@ Answer users(Format format, const Style &style, const Patience &patience) {
 /** The whole of a file; false, and why, when it cannot be read or is too long for a report. */
 bool readFile(const std::string &path, std::string &text, std::string &why) {
     constexpr size_t kMost = 64u << 20;
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const int descriptor = open(path.c_str(), O_RDONLY);
     ssize_t got = descriptor < 0 ? -1 : 1;
     char buffer[16384];
     while (got > 0 && text.size() <= kMost)
