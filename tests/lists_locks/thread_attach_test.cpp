@@ -186,7 +186,7 @@ TEST(ThreadAttachBesideLibraryThreads, AttachedThread_KeepsLockAndLists) {
         qeSLL *list = nullptr;
         ASSERT_EQ(qeSO_SELockCreate(&lock), 0u);
         ASSERT_EQ(qeSLL_Create(&list), 0u);
-        std::atomic<bool> isAttached{false}, isIndexGone{false}, isHeld{false};
+        std::atomic<bool> isAttached{false}, isHeld{false};
         qeLLNode node{};
         std::thread other([&] {
             EXPECT_EQ(qeSO_ThreadAttach(), 1u);

@@ -4,11 +4,13 @@
 #include "zorcomn/lists_locks.h"
 #include "zorcomn/portability.h"
 
+#include "source/lists_locks/shared_exclusive_lock.h"
 #include "tests/support/child.h"
 #include "tests/support/descriptors.h"
 #include "tests/support/failing_calls.h"
 
 #include <functional>
+#include <memory>
 #include <string>
 
 #include <dlfcn.h>
@@ -133,6 +135,8 @@ TEST(Cancellation, OfAThreadInANotifyCallback_WaitsForTheRelease) {
     ASSERT_EQ(qeSO_SELockExclusive(lock, 0), 1);
     EXPECT_EQ(qeSO_SELockExclusiveNotify(lock, lookAndEnd, 1, 2), 0);
     EXPECT_EQ(qeSO_SELockExclusiveNotify(lock, lookAndEnd, 3, 4), 0);
+    const std::unique_ptr<zor::NotifyRegistration> withdrawn( // not freed by the withdrawal
+        reinterpret_cast<zor::NotifyRegistration *>(lock->registrations));
     expectUncancelled([lock] { EXPECT_EQ(qeSO_SELockExclusiveUnnotify(lock, lookAndEnd, 3, 4), 1); });
     expectUncancelled([lock] { qeSO_SELockRelease(lock); });
     EXPECT_EQ(qeSO_SELockExclusive(lock, 0), 1);
