@@ -72,7 +72,7 @@ int openat(int folder, const char *name, int flags, ...) {
 }
 
 int open(const char *name, int flags, ...) {
-    static const auto own = systemsOwn<int (*)(const char *, int, mode_t)>("open", "open64");
+    static const auto own = systemsOwn<int (*)(const char *, int, mode_t)>("open");
     va_list arguments;
     va_start(arguments, flags);
     const mode_t mode = flags & O_CREAT ? va_arg(arguments, mode_t) : 0;
@@ -83,14 +83,14 @@ int open(const char *name, int flags, ...) {
 }
 
 int unlinkat(int folder, const char *name, int flags) noexcept {
-    static const auto own = systemsOwn<int (*)(int, const char *, int)>("unlinkat", "unlinkat");
+    static const auto own = systemsOwn<int (*)(int, const char *, int)>("unlinkat");
     if (g_calls.beforeRemoval)
         g_calls.beforeRemoval(name);
     return own(folder, name, flags);
 }
 
 int unlink(const char *name) noexcept {
-    static const auto own = systemsOwn<int (*)(const char *)>("unlink", "unlink");
+    static const auto own = systemsOwn<int (*)(const char *)>("unlink");
     if (g_calls.beforeRemoval)
         g_calls.beforeRemoval(name);
     return own(name);
