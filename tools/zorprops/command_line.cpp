@@ -116,7 +116,7 @@ private:
             });
             if (known == options().end())
                 return UsageError{std::string("no such option: -") + word[i]};
-            if (const Refusal refusal = take(*known, {}))
+            if (Refusal refusal = take(*known, {}))
                 return refusal;
         }
         return std::nullopt;

@@ -39,7 +39,7 @@ std::optional<std::string> defaultAddress() {
     far.sin_family = AF_INET;
     far.sin_port = htons(kDiscard);
     inet_pton(AF_INET, "192.0.2.1", &far.sin_addr);
-    if (const auto address = sourceAddress(reinterpret_cast<const sockaddr *>(&far), sizeof far))
+    if (auto address = sourceAddress(reinterpret_cast<const sockaddr *>(&far), sizeof far))
         return address;
     sockaddr_in6 far6{};
     far6.sin6_family = AF_INET6;

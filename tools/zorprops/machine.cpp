@@ -331,6 +331,7 @@ Report collect(const std::vector<const Word *> &asked, bool withFileSystems, con
     for (Share &share : sharesOf(asked, withFileSystems))
         (mayWait(share) ? slow : quick).push_back(std::move(share));
     std::vector<Job> jobs;
+    jobs.reserve(slow.size());
     for (const Share &share : slow)
         jobs.push_back({kindOfWait(share.source), [share] { return textsOf(share); }, share.isSpare});
     Workers workers(std::move(jobs), patience);
