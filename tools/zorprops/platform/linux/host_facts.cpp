@@ -19,7 +19,7 @@ namespace {
 
 using Text = std::optional<std::string>;
 
-constexpr size_t kEnough = 64u * 1024u; // no file here that means anything is longer
+constexpr size_t kEnough = size_t{64} * 1024; // no file here that means anything is longer
 
 /** Up to limit bytes of a file; none when it cannot be opened or read. Never waits for a writer: what is no regular
  * file counts as one that cannot be read. */
