@@ -27,8 +27,6 @@ constexpr uint32_t kWorkers = 2;
 constexpr size_t kReportsKept = 3;
 constexpr int kConnectSeconds = 2;
 constexpr uint32_t kReportTitle = 1;
-constexpr uint32_t kInfinite = 0xFFFFFFFF;
-constexpr uint32_t kSignalled = 2; // the layer's own number
 
 /** The ident is given: without it, a text as third argument would be taken for the format. */
 void log(const std::string &text) {
@@ -99,7 +97,7 @@ void serve(SignalHandler &signals, const std::string &folder, const std::string 
     int number = 0;
     signals.registerOnSignalCallback(SIGHUP, [&] {
         workers.give([&folder, &title, &oneReport, number = ++number] {
-            if (qelWaitForSingleObject(oneReport.get(), kInfinite) != kSignalled)
+            if (qelWaitForSingleObject(oneReport.get(), ZORCOMN_INFINITE) != ZORCOMN_WAIT_SIGNALLED)
                 return;
             const std::string name = writeReport(folder, title, number);
             pruneReports(folder, kReportsKept);

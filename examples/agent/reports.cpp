@@ -14,10 +14,6 @@ using namespace velmora_com::vta;
 
 namespace {
 
-constexpr uint32_t kWrite = 0x40000000;
-constexpr uint32_t kCreateNew = 1;
-constexpr uint32_t kNormal = 128;
-
 std::string collect(const std::string &title) {
     std::map<std::wstring, std::wstring> properties;
     sysprops::ISysProps().GetAllSystemProperties(properties); // a fresh object: no stale values
@@ -54,12 +50,14 @@ std::string writeReport(const std::string &folder, const std::string &title, int
     const std::string name = fileName(number);
     const std::string text = collect(title);
     qeFileObject *file = nullptr;
-    if (qeCreateFile((folder + "/" + name).c_str(), kWrite, 0, kCreateNew, kNormal, &file) != 0)
+    if (qeCreateFile((folder + "/" + name).c_str(), ZORCOMN_WRITE, 0, ZORCOMN_CREATE_NEW, ZORCOMN_NORMAL, &file) !=
+        ZORCOMN_SUCCESS)
         return {};
     uint32_t written = 0;
-    const bool isWhole = file->ops->write(file, text.data(), static_cast<uint32_t>(text.size()), &written) == 0 &&
-                         written == text.size();
-    const bool isClosed = file->ops->close(file) == 0;
+    const bool isWhole =
+        file->ops->write(file, text.data(), static_cast<uint32_t>(text.size()), &written) == ZORCOMN_SUCCESS &&
+        written == text.size();
+    const bool isClosed = file->ops->close(file) == ZORCOMN_SUCCESS;
     return isWhole && isClosed ? name : std::string();
 }
 

@@ -10,9 +10,6 @@
 
 namespace {
 
-constexpr uint32_t kInfinite = 0xFFFFFFFF;
-constexpr uint32_t kFirstSignalled = 2;
-
 HANDLE createEvent() {
     return qelCreateEvent(nullptr, 1, 0, nullptr);
 }
@@ -21,7 +18,7 @@ HANDLE createEvent() {
 
 Workers::Workers(uint32_t count)
     : m_jobWaits(createEvent()), m_stop(createEvent()), m_allLeave(createEvent()), m_working(0) {
-    if (qeSLL2_Create(&m_jobs) != 0 || !m_jobs || !m_jobWaits || !m_stop || !m_allLeave)
+    if (qeSLL2_Create(&m_jobs) != ZORCOMN_SUCCESS || !m_jobs || !m_jobWaits || !m_stop || !m_allLeave)
         throw std::runtime_error("no memory for the list of jobs");
     m_working = static_cast<int32_t>(count);
     for (uint32_t i = 0; i < count; ++i) {
@@ -35,7 +32,7 @@ Workers::Workers(uint32_t count)
 Workers::~Workers() {
     qelSetEvent(m_stop);
     for (const HANDLE thread : m_threads) {
-        qelWaitForSingleObject(thread, kInfinite);
+        qelWaitForSingleObject(thread, ZORCOMN_INFINITE);
         qelCloseHandle(thread);
     }
     qeSLL2_Release(m_jobs);
@@ -66,7 +63,8 @@ void Workers::doJobs() {
         qelResetEvent(m_jobWaits);
         if (!qeSLL2_IsEmpty(m_jobs))
             continue;
-        if (qelWaitForMultipleObjects(2, events, 0, kInfinite) == kFirstSignalled && qeSLL2_IsEmpty(m_jobs))
+        if (qelWaitForMultipleObjects(2, events, 0, ZORCOMN_INFINITE) == ZORCOMN_WAIT_SIGNALLED &&
+            qeSLL2_IsEmpty(m_jobs))
             return;
     }
 }
@@ -78,5 +76,5 @@ Workers::Job *Workers::nextJob() {
 void Workers::leaveTogether() {
     if (qelInterlockedDecrement(&m_working) == 0)
         qelSetEvent(m_allLeave);
-    qelWaitForSingleObject(m_allLeave, kInfinite);
+    qelWaitForSingleObject(m_allLeave, ZORCOMN_INFINITE);
 }

@@ -1,3 +1,8 @@
+/** @file
+ * Intrusive and synchronized lists, and the shared/exclusive lock that the latter carry. C99 and C++.
+ *
+ * @include subsystems/lists_locks.c
+ */
 #pragma once
 #include "api.h"
 #include "portability.h"
@@ -15,14 +20,14 @@ extern "C" {
 
 /** The links of a LinkedList node: previous lies towards the head, next towards the tail, null at the ends. */
 typedef struct LinkedListNode {
-    struct LinkedListNode *previous;
-    struct LinkedListNode *next;
+    struct LinkedListNode *previous; /**< the node before it */
+    struct LinkedListNode *next;     /**< the node behind it */
 } LinkedListNode;
 /** A LinkedList's control block. Callers may read it; LinkedList_Init makes it, LinkedList_End frees it. */
 typedef struct LinkedList {
-    LinkedListNode *tail;
-    LinkedListNode *head;
-    uint32_t count; /* nodes in the list */
+    LinkedListNode *tail; /**< the last node, null when the list is empty */
+    LinkedListNode *head; /**< the first node, null when the list is empty */
+    uint32_t count;       /**< nodes in the list */
 } LinkedList;
 
 /** Makes an empty list.
@@ -90,7 +95,7 @@ ZORCOMN_API void *LinkedList_RemoveAt(LinkedList *list, uint32_t index);
 /** The link of a qeLL_ node, null at the end. A qeLL_ list is a pointer cell that holds the first node, null when it is
  * empty; since the link comes first, a node's address is also the link cell before its successor. */
 typedef struct qeLLNode {
-    struct qeLLNode *next;
+    struct qeLLNode *next; /**< the node behind it, null at the end */
 } qeLLNode;
 
 /** Empties a list: stores null in its cell.
@@ -150,8 +155,8 @@ ZORCOMN_API int32_t qeLL_IsEmpty(qeLLNode *const *list);
 /** The links of a qeLL2_ node. A row of such nodes ends, on either side, in a sentinel that is its own neighbour: the
  * tail sentinel's next and the head sentinel's previous point at themselves. */
 typedef struct qeLL2Node {
-    struct qeLL2Node *next;
-    struct qeLL2Node *previous;
+    struct qeLL2Node *next;     /**< towards the tail */
+    struct qeLL2Node *previous; /**< towards the head */
 } qeLL2Node;
 
 /** One step of a walk towards the tail.
@@ -205,22 +210,23 @@ ZORCOMN_API void qeLL2_XRemove(qeLL2Node *node);
  * Threads: any number may call any operation on one list, but for Init, Uninit and Release, during which nobody else
  * may use it. Waiting may be cancelled; what is cancelled has not happened. */
 
-struct qeSELock; /* layout is the library's own */
+struct qeSELock;
+/** A shared/exclusive lock; its layout is the library's own. */
 typedef struct qeSELock qeSELock;
 
 /** A synchronized stack of qeLL_ nodes. Callers may place one themselves and initialise it with qeSLL_Init. */
 typedef struct qeSLL {
-    qeLLNode *head;
-    qeSELock *lock;
+    qeLLNode *head; /**< the first node, null when the list is empty */
+    qeSELock *lock; /**< null without one */
 } qeSLL;
 
 /** A synchronized row of qeLL2_ nodes between two sentinels; the first node is headSentinel.next, the last one
  * tailSentinel.previous. Its address is part of its links: it must not be copied or moved. Callers may place one
  * themselves and initialise it with qeSLL2_Init. */
 typedef struct qeSLL2 {
-    qeLL2Node headSentinel;
-    qeLL2Node tailSentinel;
-    qeSELock *lock;
+    qeLL2Node headSentinel; /**< before the first node */
+    qeLL2Node tailSentinel; /**< behind the last node */
+    qeSELock *lock;         /**< null without one */
 } qeSLL2;
 
 /** Makes an empty stack with a lock.
@@ -412,12 +418,18 @@ ZORCOMN_API void qeSL_Release(volatile int32_t *cell);
  * child; all others, and new ones, are.
  */
 
+/** What a qeSONotify is called for. */
+///@{
+#define ZORCOMN_LOCK_IS_FREE 0x1100u      /**< the lock is free */
+#define ZORCOMN_LOCK_IS_WITHDRAWN 0x1102u /**< the registration is being withdrawn */
+///@}
+
 /** Told about a lock by number. Runs while the lock's spin lock is held: it must be short, must not wait, and must not
  * use the same lock in any way, nor a list that carries it. Other locks may be taken without waiting, and released, in
  * one order only: a callback of lock A that uses B, and one of B that uses A, spin for ever when they meet; and so does
  * a release of B in a callback of A whose own callbacks use A. Events may be set.
  * @param first   the first argument of the registration.
- * @param event   4352 (0x1100): the lock is free; 4354 (0x1102): the registration is being withdrawn.
+ * @param event   ZORCOMN_LOCK_IS_FREE (4352) or ZORCOMN_LOCK_IS_WITHDRAWN (4354).
  * @param second  the second argument of the registration.
  * @param zero    0.
  * @return 4352: 0 ends the registration, anything else keeps it; 4354: 0 agrees, anything else refuses.

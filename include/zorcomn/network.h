@@ -1,3 +1,8 @@
+/** @file
+ * Interfaces and their addresses, address texts, name resolution, timed connections, host names. C++.
+ *
+ * @include subsystems/network.cpp
+ */
 #pragma once
 
 // Networking: the machine's interfaces and their addresses, the texts of IPv6 and hardware addresses, name resolution
@@ -225,7 +230,8 @@ ZORCOMN_API bool getNetInterfacesList(NetInterfaceList &list);
 ZORCOMN_API unsigned int getNetInterfaceFromIPAddress(NetInterface &out, std::string const &ip, NetInterfaceList &list);
 
 /** Finds the hardware address of the interface that carries an address; the search of getNetInterfaceFromIPAddress.
- * @param mac  [out] twelve hexadecimal digits; untouched when the result is 0.
+ * @param mac       [out] twelve hexadecimal digits; untouched when the result is 0.
+ * @param ip, list  as there.
  * @return 1, or 0 when no interface carries the address.
  * Error cell: untouched.  Threads: one list serves one thread at a time.  Owns: the copy is the caller's.
  */

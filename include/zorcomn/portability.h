@@ -1,3 +1,9 @@
+/** @file
+ * Handles and waits, threads and thread-local storage, files, directory search, dynamic libraries, numeric
+ * text, GUIDs and clocks: what code written against the Windows API calls. C99 and C++.
+ *
+ * @include subsystems/portability.c
+ */
 #pragma once
 #include "api.h"
 
@@ -51,6 +57,29 @@ extern "C" {
  * handle value. A handle is the address of its record, in this process alone; there is no table of handles, so using a
  * closed one is undefined. Each is released once, with qelCloseHandle. */
 typedef void *HANDLE;
+/** The handle that stands for none, all bits set: what qelBeginThread answers when it fails. */
+#ifdef __cplusplus
+#define ZORCOMN_INVALID_HANDLE (reinterpret_cast<HANDLE>(UINTPTR_MAX))
+#else
+#define ZORCOMN_INVALID_HANDLE ((HANDLE)UINTPTR_MAX)
+#endif
+/** A time-out without limit. */
+#define ZORCOMN_INFINITE ZORCOMN_ALL_ONES
+/** Results of the waits, the layer's own numbers; of several handles, ZORCOMN_WAIT_SIGNALLED + the index of the one
+ * that was signalled. The index 1 has the number of a time-out: see qelWaitForMultipleObjects. */
+///@{
+#define ZORCOMN_WAIT_FAILED 0u    /**< a refused argument or a failing call */
+#define ZORCOMN_WAIT_SIGNALLED 2u /**< what was waited for is there */
+#define ZORCOMN_WAIT_TIMED_OUT 3u /**< it is not, and the time has run out */
+///@}
+/** What the error cell nErrno holds, the same numbers on every system. */
+///@{
+#define ZORCOMN_CELL_NO_MEMORY 12 /**< memory ran out */
+#define ZORCOMN_CELL_BUSY 16      /**< a system object could not be had */
+#define ZORCOMN_CELL_REFUSED 22   /**< a bad argument or handle */
+#define ZORCOMN_CELL_FULL 35      /**< a table of the process is full */
+///@}
+
 /** Creates an event: a flag that threads wait for, set until it is reset. Only manual-reset events without a name
  * exist.
  * @param securityAttributes  ignored; null is fine.
@@ -278,6 +307,25 @@ ZORCOMN_API extern pthread_key_t *pTlsKeyTable[512];
  * to their end, also when they have to wait. What a signal interrupts goes on. On 32 bits a file of any date is a file.
  */
 
+/** How qelCreateFileAW and qeCreateFile open a file: access, which may be joined with |, then disposition, then flags.
+ */
+///@{
+#define ZORCOMN_READ 0x80000000u            /**< access: reading */
+#define ZORCOMN_WRITE 0x40000000u           /**< access: writing */
+#define ZORCOMN_CREATE_NEW 1u               /**< create, fail if it exists */
+#define ZORCOMN_CREATE_ALWAYS 2u            /**< create or empty */
+#define ZORCOMN_OPEN_EXISTING 3u            /**< open, fail if it does not exist */
+#define ZORCOMN_OPEN_ALWAYS 4u              /**< open or create */
+#define ZORCOMN_NORMAL 128u                 /**< flags: none */
+#define ZORCOMN_DELETE_ON_CLOSE 0x04000000u /**< flags: delete the file when the handle is closed */
+///@}
+/** Where qelSetFilePointer counts from. */
+///@{
+#define ZORCOMN_FROM_START 0u   /**< the file's start */
+#define ZORCOMN_FROM_CURRENT 1u /**< the current position */
+#define ZORCOMN_FROM_END 2u     /**< the file's end */
+///@}
+
 /** Opens or creates a file. New files get the permission bits 0660 within the process's mask. The descriptor is closed
  * in programs that the process starts; on a system that cannot open a file so in one call, a program that other code of
  * the process starts at that moment may get it. Opening a pipe waits for its other end.
@@ -285,7 +333,7 @@ ZORCOMN_API extern pthread_key_t *pTlsKeyTable[512];
  *                             on closing wants a path of no more: closing removes nothing and fails when those 260
  *                             name something else.
  * @param desiredAccess        0x80000000 read, 0x40000000 write, 0xC0000000 both; nothing else.
- * @param shareMode            ignored, as are securityAttributes and templateFile.
+ * @param shareMode, securityAttributes, templateFile  ignored.
  * @param creationDisposition  1 create, fail if it exists; 2 create or empty; 3 open, fail if it does not exist; 4 open
  *                             or create. Nothing else: 5 (empty an existing file) is refused.
  * @param flagsAndAttributes   0, 128 (normal) or 0x04000000 (delete the file when the handle is closed); nothing else.
@@ -361,6 +409,7 @@ ZORCOMN_API uint32_t qelGetFileSize(HANDLE file, uint32_t *sizeHigh);
  */
 ZORCOMN_API uint32_t qelGetTempFileName(const char *directory, const char *prefix, uint32_t unique, char *name);
 /** Copies a file: qelcomn_copy_file (utilities.h) with its overwrite flag turned round.
+ * @param source, destination  as there.
  * @param failIfExists  0 replaces an existing destination, any other number does not.
  * @return 1; 0 on failure.
  * Error cell: untouched; errno as there.  Threads: safe on different destinations. May block; a cancellation point as
@@ -412,20 +461,25 @@ ZORCOMN_API uint32_t qelGetSystemDirectory(char *buffer, uint32_t size);
 
 /* directory enumeration and wildcard matching */
 
+/** The search handle that stands for none: what qelFindFirstDirEnt answers when it fails. */
+#define ZORCOMN_NO_SEARCH (-1)
+/** The attributes of a directory in a find-data record. */
+#define ZORCOMN_DIRECTORY 16u
+
 /** What a search tells about one entry. 284 bytes; cleared before each fill. The facts are those of stat(), so of a
  * link's target; when stat() fails only the name is filled and every other field is 0. Times are seconds since
  * 1970-01-01 UTC, cut to 32 bits. A search whose path has no '/' looks its entries up as "." followed by the name and
  * so, normally, finds no facts for any of them: write "./" before the pattern to get them.
  */
 typedef struct qelFindData {
-    uint32_t attributes; /* 16 for a directory, else 0 */
-    uint32_t reserved0;
-    int32_t lastAccessTime;
-    int32_t lastWriteTime;
-    uint32_t size;  /* in bytes, the low 32 bits */
-    char name[260]; /* at most 259 bytes and a terminator */
-    char reserved1[4];
-} qelFindData; /* 284 bytes */
+    uint32_t attributes;    /**< ZORCOMN_DIRECTORY (16) for a directory, else 0 */
+    uint32_t reserved0;     /**< 0 */
+    int32_t lastAccessTime; /**< in seconds */
+    int32_t lastWriteTime;  /**< in seconds */
+    uint32_t size;          /**< in bytes, the low 32 bits */
+    char name[260];         /**< at most 259 bytes and a terminator */
+    char reserved1[4];      /**< 0 */
+} qelFindData;              /* 284 bytes */
 /** Starts a search of one directory and delivers its first match. "." and ".." are entries like all others; the order
  * is the system's.
  * @param path  what follows the last '/' is the pattern (see qelWildCardMatch; empty matches everything), what stands
@@ -493,6 +547,11 @@ ZORCOMN_API extern pthread_mutex_t MutexDirEnt;
 
 /* dynamic libraries and string resources */
 
+/** Why a DllMain is called. */
+///@{
+#define ZORCOMN_DETACH 0u /**< the module is about to be closed */
+#define ZORCOMN_ATTACH 1u /**< the module was loaded for the first time */
+///@}
 /** A module's entry point, exported as "DllMain", called once when the module is loaded for the first time and once
  * before it is closed, with MutexDynamicLibraryList held: it must not load or free libraries through the table, and
  * neither may the module's constructors and destructors: they would wait for themselves. Nor may those of a library
@@ -500,9 +559,10 @@ ZORCOMN_API extern pthread_mutex_t MutexDirEnt;
  * run under the system loader's own lock, which is taken after the table's, and two threads could wait for each other.
  * Cancellation is held off while it runs. It may fork.
  * @param module    the module's own handle.
- * @param reason    1 attach, 0 detach; no other comes.
+ * @param reason    ZORCOMN_ATTACH (1) or ZORCOMN_DETACH (0); no other comes.
  * @param reserved  null.
- * @return on attach 1; anything else refuses, and the load fails. On detach it is not looked at.
+ * @return on attach 1; anything else refuses, and the load fails. On detach it is not looked at. A module declares its
+ * entry points by including zorcomn/plugin.h.
  */
 typedef int32_t (*qelDllMain)(void *module, uint32_t reason, void *reserved);
 /** A module's server of string resources, exported as "loadString". What the arguments mean is the module's affair. */
@@ -581,14 +641,17 @@ ZORCOMN_API extern pthread_mutex_t MutexDynamicLibraryList;
 
 /** 16 octets: in memory octet 0 to 15 in order on every machine, so that the fields hold big-endian numbers. */
 typedef struct qelGuid {
-    uint32_t Data1;
-    uint16_t Data2;
-    uint16_t Data3;
-    uint8_t Data4[8];
+    uint32_t Data1;   /**< octets 0 to 3 */
+    uint16_t Data2;   /**< octets 4 and 5 */
+    uint16_t Data3;   /**< octets 6 and 7 */
+    uint8_t Data4[8]; /**< octets 8 to 15 */
 } qelGuid;
 /** A local time, taken apart. dayOfWeek counts from Sunday = 0, month from January = 1; milliseconds is always 0. */
 typedef struct qelSystemTime {
+    /** Each in the unit of its name, the hour from 0 to 23. */
+    ///@{
     uint16_t year, month, dayOfWeek, day, hour, minute, second, milliseconds;
+    ///@}
 } qelSystemTime;
 /** Writes a number as text: signed in radix 10, else the 32 bits unsigned, with lower-case letters and no prefix.
  * @param value   any.

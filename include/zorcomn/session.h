@@ -1,3 +1,8 @@
+/** @file
+ * Logged-on users, the thread that waits for signals, the system log. C++.
+ *
+ * @include subsystems/session.cpp
+ */
 #pragma once
 #include "api.h"
 
@@ -29,7 +34,8 @@ namespace session {
  */
 ZORCOMN_API FILE *myfd();
 
-/** Splits an account name of the form domain\user at its first backslash. A name with '@' is a user name as it stands.
+/** Splits an account name of the form `domain\user` at its first backslash. A name with '@' is a user name as it
+ * stands.
  * @param fullName  any text; may be the same object as a result.
  * @param domain    [out] the text before the first backslash; empty when there is none.
  * @param user      [out] the text after it, further backslashes included; the whole name when there is none.
@@ -59,9 +65,9 @@ ZORCOMN_API std::string trimmer(const char *text);
  */
 ZORCOMN_API void split(const std::string &text, char separator, std::vector<std::string> &parts);
 
-/** Finds a user's domain in the name of the primary group, as in DOM1\Domain Users. Source: getpwnam_r and getgrgid_r,
- * each with 16384 bytes for the entry's texts; an entry that needs more counts as none.
- * Writes "found group struct %s. \n" with the domain, or "Domain name can't not be found.\n" when memory runs out.
+/** Finds a user's domain in the name of the primary group, as in `DOM1\Domain Users`. Source: getpwnam_r and
+ * getgrgid_r, each with 16384 bytes for the entry's texts; an entry that needs more counts as none. Writes "found group
+ * struct %s. \n" with the domain, or "Domain name can't not be found.\n" when memory runs out.
  * @param user    account name, bytes as the account database holds them.
  * @param domain  [out] the group name's text before its first backslash, in lower case; untouched when false.
  * @return true when the group's name, in lower case, holds "domain users" and a backslash; false otherwise and when
@@ -91,7 +97,7 @@ ZORCOMN_API bool FindDomainNameViaDscl(const std::string &user, std::string attr
  * Source: getutxent, from the database's current position on. Once all are read, and before a user is looked up, the
  * position is the first record again; the database is not closed. Writes a line per record and per user found, and one
  * before and after.
- * @param networkUsers  [in, out] entries domain\user in lower case are added, one per domain of a user.
+ * @param networkUsers  [in, out] entries `domain\user` in lower case are added, one per domain of a user.
  * @param localUsers    [in, out] user names in lower case are added, unless networkOnly.
  * @param networkOnly   leaves local users out; network users are collected either way.
  * Error cell: untouched; errno = ENOMEM when memory did not suffice for every user, else untouched.

@@ -1,3 +1,8 @@
+/** @file
+ * The facts that the agent reports about its machine: their names, records, collectors and queries. C++.
+ *
+ * @include subsystems/sysprops.cpp
+ */
 #pragma once
 #include "api.h"
 
@@ -22,6 +27,7 @@ namespace sysprops {
 ZORCOMN_API extern std::wstring SystemInfo_Key;
 
 /** Names of the properties, to be compared exactly. Which record holds which, the records below tell. */
+///@{
 ZORCOMN_API extern std::wstring PlatformId_Key;
 ZORCOMN_API extern std::wstring ComputerName_Key;
 ZORCOMN_API extern std::wstring UserName_Key;
@@ -52,17 +58,21 @@ ZORCOMN_API extern std::wstring DefaultLangID_Key;
 ZORCOMN_API extern std::wstring TotalDiskSpace_Key;
 ZORCOMN_API extern std::wstring FreeDiskSpace_Key;
 ZORCOMN_API extern std::wstring NumFileSystems_Key;
+///@}
 
 /** Parts of the names under which one map holds each file system: FileSystemName, the mount point in double quotes, a
  * blank, and one of the two others, as in FileSystem"/" Total_Disk_Space_in_MB. */
+///@{
 ZORCOMN_API extern std::wstring FileSystemName;
 ZORCOMN_API extern std::wstring FileSystemFreeSpace;
 ZORCOMN_API extern std::wstring FileSystemTotalSpace;
+///@}
 
 /** "N/A", the value of what no collector has found. */
 ZORCOMN_API extern std::wstring DefaultProp_Val;
 
 /** Distributions, and the files that tell them; for callers, the collectors here do not use them. */
+///@{
 ZORCOMN_API extern std::wstring suse_distribution;
 ZORCOMN_API extern std::wstring redhat_distribution;
 ZORCOMN_API extern std::wstring novell_distribution;
@@ -70,8 +80,10 @@ ZORCOMN_API extern std::string redhat_release_file;
 ZORCOMN_API extern std::string ubuntu_release_file;
 ZORCOMN_API extern std::string suse_release_file;
 ZORCOMN_API extern std::string debian_release_file;
+///@}
 
 /** Identifiers of platforms ("PlatformID"). platform_pinecrest and platform_linux hold the same text. */
+///@{
 ZORCOMN_API extern std::wstring platform_pinecrest;
 ZORCOMN_API extern std::wstring platform_rkos;
 ZORCOMN_API extern std::wstring platform_linux;
@@ -80,12 +92,16 @@ ZORCOMN_API extern std::wstring platform_gwa;
 ZORCOMN_API extern std::wstring platform_solaris;
 ZORCOMN_API extern std::wstring platform_hpux;
 ZORCOMN_API extern std::wstring platform_aix;
+///@}
 
 /** Texts for what cannot be told. */
+///@{
 ZORCOMN_API extern std::wstring unknown;
 ZORCOMN_API extern std::wstring unknown_domain;
+///@}
 
 /** Names of operating systems ("OSType"). workstation holds the same text as os_linux. */
+///@{
 ZORCOMN_API extern std::wstring os_linux;
 ZORCOMN_API extern std::wstring os_mac;
 ZORCOMN_API extern std::wstring os_solaris;
@@ -93,20 +109,27 @@ ZORCOMN_API extern std::wstring os_hpux;
 ZORCOMN_API extern std::wstring os_aix;
 ZORCOMN_API extern std::wstring os_gwa;
 ZORCOMN_API extern std::wstring workstation;
+///@}
 
 /** Kinds of machine ("OSPlatform"). */
+///@{
 ZORCOMN_API extern std::wstring p_workstation;
 ZORCOMN_API extern std::wstring p_server;
+///@}
 
 /** Makers ("OSOEMId"). */
+///@{
 ZORCOMN_API extern std::wstring os_mac_oemid;
 ZORCOMN_API extern std::wstring os_solaris_oemid;
 ZORCOMN_API extern std::wstring os_hpux_oemid;
 ZORCOMN_API extern std::wstring os_aix_oemid;
+///@}
 
 /** Marks of server editions, separated by commas; the blanks around them belong to them, the last one too. */
+///@{
 ZORCOMN_API extern std::string server_strings;
 ZORCOMN_API extern std::string suse_server_strings;
+///@}
 
 /** A file that may name the platform. */
 ZORCOMN_API extern std::wstring os_platform_ini;
@@ -118,37 +141,57 @@ ZORCOMN_API extern std::wstring os_platform_ini;
  */
 class CPUInformation {
 public:
+    /** Fills every field with its start. */
     ZORCOMN_API CPUInformation();
+    /** Each holds the property of its name. */
+    ///@{
     std::wstring CPUType, CPUSpeed, NumOfCPU, CPUSerialNumber, IsPortable;
+    ///@}
 };
 
 /** The machine's names and the address that represents it. Source: the collector GetNetworkInformation. */
 class NetworkInformation {
 public:
+    /** Fills every field with its start. */
     ZORCOMN_API NetworkInformation();
+    /** Each holds the property of its name. */
+    ///@{
     std::wstring DomainName, ComputerName, IPAddress, SubnetAddress, SubnetMask, NETAddress, IPXAddress, IPHostName;
+    ///@}
 };
 
 /** Memory in bytes. Source: the collector GetMemoryInformation. */
 class MemoryInformation {
 public:
+    /** Fills every field with its start. */
     ZORCOMN_API MemoryInformation();
+    /** Each holds the property of its name. */
+    ///@{
     std::wstring TotalPhysicalMemory, FreeMemory;
+    ///@}
 };
 
 /** The operating system. PlatformID starts empty. Source: the collector GetOSInformation. */
 class OSInformation {
 public:
+    /** Fills every field with its start. */
     ZORCOMN_API OSInformation();
+    /** Each holds the property of its name. */
+    ///@{
     std::wstring OSType, OSPlatform, OSVersion, OSCsdVersion, OSBuildNum, OSOEMId, PlatformID, OSBitMode;
+    ///@}
 };
 
 /** Local file systems; space in megabytes of 2^20 bytes with two decimals. FileSystems starts empty. Source: the
  * collector GetDiskInformation. */
 class DiskInformation {
 public:
+    /** Fills every field with its start. */
     ZORCOMN_API DiskInformation();
+    /** Each holds the property of its name. */
+    ///@{
     std::wstring TotalDiskSpace, FreeDiskSpace, NumberOfFileSystems;
+    ///@}
     /** Mount point to (total, free) megabytes. */
     std::map<std::wstring, std::pair<std::wstring, std::wstring>> FileSystems;
 };
@@ -156,8 +199,12 @@ public:
 /** Users, time zone, language and time of the collection. Source: the collector GetMiscInformation. */
 class MiscInformation {
 public:
+    /** Fills every field with its start. */
     ZORCOMN_API MiscInformation();
+    /** Each holds the property of its name. */
+    ///@{
     std::wstring UserName, TimeZone, DefaultLangID, LastUpdate;
+    ///@}
 };
 
 /** Collects system properties into records of its own. The records are never reset: what a collector fails to write
@@ -420,11 +467,13 @@ ZORCOMN_API bool IsPortableComputer(bool &portable);
  */
 template <typename T>
 ZORCOMN_API T get_closest_floor(const T &value, const T &upper, const T &lower, const unsigned int &steps);
+/** @cond */
 extern template unsigned long long get_closest_floor<unsigned long long>(const unsigned long long &,
                                                                          const unsigned long long &,
                                                                          const unsigned long long &,
                                                                          const unsigned int &);
 extern template double get_closest_floor<double>(const double &, const double &, const double &, const unsigned int &);
+/** @endcond */
 
 } // namespace sysprops
 } // namespace vta

@@ -1,3 +1,8 @@
+/** @file
+ * Text conversion, file system helpers, time stamps, agent identity and path resolution. C99 and C++.
+ *
+ * @include subsystems/utilities.c
+ */
 #pragma once
 #include "api.h"
 #include "portability.h"
@@ -55,22 +60,27 @@ ZORCOMN_API void qelcomn_append_backslash_check(char *path);
  * 0x80000008, and true or false; callers rely on the difference. None of these functions sets the error cell of its own
  * accord; where the layer below may set it, the function says so. */
 
+/** An open file; the functions may be called through its table or by name. */
 typedef struct qeFileObject qeFileObject;
 /** The operations of a file object: qeCloseFile, qeReadFile, qeWriteFile, qeGetFileSize. Each object has its own table.
  */
 typedef struct qeFileOps {
+    /** qeCloseFile. */
     uint32_t (*close)(qeFileObject *file);
+    /** qeReadFile. */
     uint32_t (*read)(qeFileObject *file, void *buffer, uint32_t count, uint32_t *bytesRead);
+    /** qeWriteFile. */
     uint32_t (*write)(qeFileObject *file, const void *buffer, uint32_t count, uint32_t *bytesWritten);
+    /** qeGetFileSize. */
     uint32_t (*getSize)(qeFileObject *file, uint32_t *size);
 } qeFileOps;
-/** An open file; the functions may be called through its table or by name. */
+/** The record of an open file. */
 struct qeFileObject {
-    qeFileOps *ops;
-    HANDLE file; /* of qelCreateFileAW; closed with the object */
+    qeFileOps *ops; /**< its own table */
+    HANDLE file;    /**< of qelCreateFileAW; closed with the object */
 };
 /** Opens a file as qelCreateFileAW does, and makes the object for it.
- * @param path  and the four numbers: as there.
+ * @param path, desiredAccess, shareMode, creationDisposition, flagsAndAttributes  as there.
  * @param file  receives the object; null on failure. Null is refused.
  * @return 0; 0x80000008 on failure.
  * Error cell: as qelCreateFileAW.  Threads: safe.  Owns: release the object with qeCloseFile.
@@ -235,7 +245,7 @@ ZORCOMN_API void qelcomn_delay(void);
 /* agent identity and platform match */
 
 /** The entry point of a plug-in module that tells its version; the module exports it as "ORPLUGIN_GetVersion".
- * @param first   receives the version's first number; second, third and fourth likewise. Never null, and 0 at the call.
+ * @param first, second, third, fourth  receive the version's numbers. Never null, and 0 at the call.
  * @return 0 when the version is told; anything else refuses. Must not throw.
  */
 typedef int32_t (*qelPluginGetVersion)(uint16_t *first, uint16_t *second, uint16_t *third, uint16_t *fourth);

@@ -1,6 +1,7 @@
+/** @file
+ * The whole library: the three C99 headers, then, for C++, the rest. */
 #pragma once
 
-/* The whole library: the three C99 headers, then, for C++, the rest. */
 #include "lists_locks.h"
 #include "portability.h"
 #include "utilities.h"
