@@ -26,7 +26,8 @@ need_debian_packages() {
         grep -qxF "$package installed" <<<"$known" || missing+=("$package")
     done
     [[ ${#missing[@]} -gt 0 ]] || return 0
-    local install="apt-get update && apt-get install -y --no-install-recommends ${missing[*]}"
+    local wait="-o DPkg::Lock::Timeout=600" # another apt may be at work
+    local install="apt-get $wait update && apt-get $wait install -y --no-install-recommends ${missing[*]}"
     if [[ $(id -u) == 0 ]]; then
         say "installing ${missing[*]}"
         DEBIAN_FRONTEND=noninteractive sh -c "$install" >&2 </dev/null
@@ -80,11 +81,15 @@ need_mac_packages() {
 
 # configure FOLDER OPTION...: configures a build folder, again when the options are not those of the last time.
 configure() {
-    local folder=$1 options
+    local folder=$1 options variable
     shift
     options="$*"
+    # What cmake takes from the environment when it configures for the first time counts, too: a change starts afresh.
+    for variable in CC CXX CFLAGS CXXFLAGS LDFLAGS; do
+        [[ -z ${!variable:-} ]] || options="$options $variable=${!variable}"
+    done
     [[ -f $folder/build.ninja && -f $folder/options && $(<"$folder/options") == "$options" ]] && return 0
-    rm -f "$folder/options"
+    rm -rf "$folder/options" "$folder/CMakeCache.txt" "$folder"/CMakeFiles/[0-9]* # what is compiled stays
     cmake -S . -B "$folder" -G Ninja "$@" >&2
     printf '%s\n' "$options" >"$folder/options"
 }

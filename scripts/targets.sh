@@ -6,8 +6,12 @@
 # What reads the reporter's output, each asked for by a test of tests/tools. Where they are installed none may be missing.
 reporter_packages=(ansible-core bash curl facter fish man-db prometheus prometheus-node-exporter python3-jsonschema
     python3-yaml zsh)
-all_packages=(clang clang-format clang-tidy libclang-rt-14-dev llvm libc++-14-dev libbenchmark-dev googletest
-    g++-12-multilib g++-powerpc-linux-gnu qemu-user-static "${reporter_packages[@]}")
+# The packages that belong to one version of a compiler are those of the version that this system has.
+version_of() { apt-cache depends "$1" 2>/dev/null | sed -n "s/.*Depends: $1-\([0-9][0-9]*\)\$/\1/p" | sort -n | tail -n 1 || true; }
+clang_version=$(version_of clang)
+all_packages=(clang clang-format clang-tidy "libclang-rt-$clang_version-dev" llvm "libc++-$clang_version-dev" libbenchmark-dev
+    googletest "g++-$(version_of g++)-multilib" g++-powerpc-linux-gnu qemu-user-static
+    abigail-tools doxygen dpkg-dev file graphviz librsvg2-bin lintian mmdebstrap xz-utils "${reporter_packages[@]}")
 
 results=()  # rows "target|built|run|passed|skipped|failed"
 skips=()    # "target: test" for every test that was skipped
@@ -81,6 +85,10 @@ check_tidy() {
     git ls-files 'source/*.cpp' 'tools/*.cpp' 'examples/*.cpp' | grep -v '^source/platform/darwin/' |
         xargs -P "$jobs" -n 4 clang-tidy --quiet -p build/test >build/tidy.log 2>/dev/null ||
         { grep -E 'warning:|error:' build/tidy.log | sort -u | head -n 40; return 1; }
+}
+
+check_reference() {
+    configure build/docs -DZORCOMN_DOCS=ON -DZORCOMN_TOOLS=OFF >/dev/null 2>&1 && ninja -C build/docs --quiet reference
 }
 
 # cross TARGET FOLDER TOOLCHAIN: the whole suite for another kind of machine.
@@ -199,6 +207,12 @@ run_all() {
     build 'x86-64, g++, with benchmarks' build/test "${tests[@]}" -DZORCOMN_BENCH=ON &&
         suite 'x86-64, g++, with benchmarks' build/test
     step 'zorprops as one file' one_file
+    step 'binary interface as recorded' scripts/check_abi build/test/libzorcomn.so
+    build 'x86-64, g++, as ./report builds it' build/release-tests "${tests[@]}" -DCMAKE_BUILD_TYPE=Release &&
+        suite 'x86-64, g++, as ./report builds it' build/release-tests
+    step 'reference of the headers, no warning' check_reference
+    step 'inside another project' tests/package/check_parent "$PWD" "${CC:-cc}" "${CXX:-c++}"
+    step 'Debian packages' scripts/build-packages --try
     step 'clang-format' check_format
     step 'clang-tidy' check_tidy
     build 'x86-64, clang++, address and undefined' build/asan "${tests[@]}" -DCMAKE_CXX_COMPILER=clang++ \

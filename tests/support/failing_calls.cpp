@@ -347,6 +347,28 @@ ZORCOMN_FAILS_BY_ERRNO(-1, poll, int, (pollfd * entries, nfds_t count, int milli
 ZORCOMN_FAILS_BY_ERRNO(nullptr, opendir, DIR *, (const char *path), (path))
 ZORCOMN_FAILS_BY_ERRNO(-1, mkostemp64, int, (char *pattern, int flags), (pattern, flags))
 
+#ifdef ZORCOMN_CHECKED_CALLS
+// The checked forms of the calls above, which a build with _FORTIFY_SOURCE makes where it knows the buffer's size: they
+// fail, and are counted, under the plain name. Weak, since a C library may lack them; then nobody calls them.
+#define ZORCOMN_WRAP_CHECKED(name, result, parameters, arguments)                                                      \
+    extern "C" __attribute__((weak)) result __real___##name##_chk parameters;                                          \
+    extern "C" result __wrap___##name##_chk parameters {                                                               \
+        static const size_t function = indexOf(#name);                                                                 \
+        if (const int error = failureDue(function))                                                                    \
+            return errno = error, -1;                                                                                  \
+        const auto answer = __real___##name##_chk arguments;                                                           \
+        runDueAction(function);                                                                                        \
+        return answer;                                                                                                 \
+    }
+ZORCOMN_WRAP_CHECKED(read, ssize_t, (int descriptor, void *buffer, size_t count, size_t size),
+                     (descriptor, buffer, count, size))
+ZORCOMN_WRAP_CHECKED(readlink, ssize_t, (const char *path, char *buffer, size_t count, size_t size),
+                     (path, buffer, count, size))
+ZORCOMN_WRAP_CHECKED(gethostname, int, (char *name, size_t count, size_t size), (name, count, size))
+ZORCOMN_WRAP_CHECKED(poll, int, (pollfd * entries, nfds_t count, int milliseconds, size_t size),
+                     (entries, count, milliseconds, size))
+#endif
+
 // What takes a mode only sometimes, and fcntl, under the names that they have with 64-bit file offsets.
 extern "C" int __real_open64(const char *path, int flags, ...);
 extern "C" int __wrap_open64(const char *path, int flags, ...) {

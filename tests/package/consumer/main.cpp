@@ -7,5 +7,5 @@ int main() {
     const uint32_t result = qelWaitForSingleObject(event, 0);
     qelCloseHandle(event);
     std::printf("%u %s\n", result, velmora_com::vta::qelcomn_wide_to_ansi(qelcomn_get_os_platform_id()).c_str());
-    return result == 2 ? 0 : 1;
+    return result == ZORCOMN_WAIT_SIGNALLED ? 0 : 1;
 }
