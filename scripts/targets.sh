@@ -9,6 +9,10 @@ reporter_packages=(ansible-core bash curl facter fish man-db prometheus promethe
 # The packages that belong to one version of a compiler are those of the version that this system has.
 version_of() { apt-cache depends "$1" 2>/dev/null | sed -n "s/.*Depends: $1-\([0-9][0-9]*\)\$/\1/p" | sort -n | tail -n 1 || true; }
 clang_version=$(version_of clang)
+if [[ -z $clang_version && $(id -u) == 0 ]] && command -v apt-get >/dev/null; then
+    apt-get -o DPkg::Lock::Timeout=600 update >&2 # a new machine knows no packages yet
+    clang_version=$(version_of clang)
+fi
 all_packages=(clang clang-format clang-tidy "libclang-rt-$clang_version-dev" llvm "libc++-$clang_version-dev" libbenchmark-dev
     googletest "g++-$(version_of g++)-multilib" g++-powerpc-linux-gnu qemu-user-static
     abigail-tools doxygen dpkg-dev file graphviz librsvg2-bin lintian mmdebstrap xz-utils "${reporter_packages[@]}")
