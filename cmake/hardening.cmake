@@ -12,7 +12,9 @@ add_library(zorcomn_hardening INTERFACE)
 if(NOT ZORCOMN_HARDENING OR ZORCOMN_SANITIZE)
   return()
 endif()
-check_pie_supported(OUTPUT_VARIABLE pie_output LANGUAGES CXX)
+if(ZORCOMN_TOP_LEVEL) # what it finds out holds for the whole of a parent, too
+  check_pie_supported(OUTPUT_VARIABLE pie_output LANGUAGES CXX)
+endif()
 
 foreach(flag -fstack-protector-strong -fstack-clash-protection -fcf-protection)
   string(MAKE_C_IDENTIFIER "ZORCOMN_HAS${flag}" known)
