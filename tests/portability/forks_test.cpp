@@ -278,11 +278,11 @@ TEST(Forks, DuringAShortCallOfTheSystem_WaitForItsEnd) {
             void (*operation)();
         } kRows[] = {
             {"rand", createGuid}, {"localtime_r", tellTime}, {"dlopen", loadAndFree}, {"dlclose", loadAndFree}};
-        for (const auto &[call, operation] : kRows) {
-            SCOPED_TRACE(call);
+        for (const auto &[name, shortCall] : kRows) {
+            SCOPED_TRACE(name);
             isForking = hasEnded = false;
             std::atomic<bool> isInside{false};
-            std::thread other([&, call = call, operation = operation] {
+            std::thread other([&, call = name, operation = shortCall] {
                 const AfterCall stop(call, 1, [&] {
                     isInside = true;
                     while (!isForking)
@@ -296,7 +296,7 @@ TEST(Forks, DuringAShortCallOfTheSystem_WaitForItsEnd) {
             });
             ASSERT_TRUE(eventually([&] { return isInside.load(); }));
             EXPECT_TRUE(childPasses(
-                [operation = operation] {
+                [operation = shortCall] {
                     EXPECT_TRUE(hasEnded);
                     operation();
                 },

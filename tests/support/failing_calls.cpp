@@ -377,7 +377,7 @@ extern "C" int __wrap_open64(const char *path, int flags, ...) {
         return errno = error, -1;
     va_list arguments;
     va_start(arguments, flags);
-    const int descriptor = __real_open64(path, flags, flags & O_CREAT ? va_arg(arguments, mode_t) : 0);
+    const int descriptor = __real_open64(path, flags, flags & O_CREAT ? va_arg(arguments, int) : 0);
     va_end(arguments);
     runDueAction(function);
     return descriptor;
@@ -390,7 +390,7 @@ extern "C" int __wrap_openat64(int folder, const char *path, int flags, ...) {
         return errno = error, -1;
     va_list arguments;
     va_start(arguments, flags);
-    const int descriptor = __real_openat64(folder, path, flags, flags & O_CREAT ? va_arg(arguments, mode_t) : 0);
+    const int descriptor = __real_openat64(folder, path, flags, flags & O_CREAT ? va_arg(arguments, int) : 0);
     va_end(arguments);
     runDueAction(function);
     return descriptor;

@@ -75,21 +75,21 @@ int open(const char *name, int flags, ...) {
     static const auto own = systemsOwn<int (*)(const char *, int, mode_t)>("open");
     va_list arguments;
     va_start(arguments, flags);
-    const mode_t mode = flags & O_CREAT ? va_arg(arguments, mode_t) : 0;
+    const mode_t mode = flags & O_CREAT ? static_cast<mode_t>(va_arg(arguments, int)) : mode_t{0};
     va_end(arguments);
     if (g_calls.beforeOpen)
         g_calls.beforeOpen(name);
     return own(name, flags, mode);
 }
 
-int unlinkat(int folder, const char *name, int flags) noexcept {
+int unlinkat(int folder, const char *name, int flags) __THROW {
     static const auto own = systemsOwn<int (*)(int, const char *, int)>("unlinkat");
     if (g_calls.beforeRemoval)
         g_calls.beforeRemoval(name);
     return own(folder, name, flags);
 }
 
-int unlink(const char *name) noexcept {
+int unlink(const char *name) __THROW {
     static const auto own = systemsOwn<int (*)(const char *)>("unlink");
     if (g_calls.beforeRemoval)
         g_calls.beforeRemoval(name);
