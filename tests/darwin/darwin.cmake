@@ -21,3 +21,8 @@ exports:
 " @ONLY)
   target_link_libraries(${target} PRIVATE ${stub})
 endfunction()
+
+# The reporter's tests run on a machine that has what every Darwin has; where that is not so, it is made up.
+if(CMAKE_CROSSCOMPILING)
+  set(ZORCOMN_REPORTER_TEST_PROPERTIES ENVIRONMENT MACHO_ROOT=${CMAKE_CURRENT_LIST_DIR}/machine)
+endif()

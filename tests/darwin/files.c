@@ -40,10 +40,10 @@ static int *dw___error(void) {
     return &cell;
 }
 
-// ---- paths: MACHO_ROOT stands before those that only Darwin has
+// ---- paths: what only Darwin has, and the machine at hand lacks, is looked for below MACHO_ROOT
 static const char *place(const char *path, char *buffer, size_t size) {
     const char *root = getenv("MACHO_ROOT");
-    if (!root || !path || strncmp(path, "/System/", 8) != 0)
+    if (!root || !path || strncmp(path, "/System/", 8) != 0 || access(path, F_OK) == 0)
         return path;
     snprintf(buffer, size, "%s%s", root, path);
     return buffer;
@@ -356,13 +356,17 @@ static long dw_pathconf(const char *path, int name) {
     return pathconf(path, name == DWC__PC_PATH_MAX ? _PC_PATH_MAX : name == DWC__PC_NAME_MAX ? _PC_NAME_MAX : -1);
 }
 
+static int dw_posix_openpt(int flags) {
+    return posix_openpt(openFlags(flags));
+}
+
 // clang-format off
 const struct name fileNames[] = {
-    N(__error), N(open), N(openat), N(mkostemp), N(unlinkat), N(fcntl), N(access), N(fopen), INODE64(stat),
-    INODE64(lstat), INODE64(fstat), INODE64(fstatat), INODE64(readdir), INODE64(opendir), N(closedir),
-    INODE64(statfs), INODE64(getfsstat), N(utimensat), N(futimens), N(utimes), N(futimes), N(mmap), N(pathconf),
-    N(statvfs), N(fchmodat), N(fcopyfile), N(copyfile_state_alloc), N(copyfile_state_free),
-    NAMED("_fdopendir$INODE64", fdopendir), NAMED("_rewinddir$INODE64", rewinddir),
+    N(__error), N(posix_openpt), SAME(grantpt), SAME(unlockpt), SAME(ptsname), N(open), N(openat), N(mkostemp),
+    N(unlinkat), N(fcntl), N(access), N(fopen), INODE64(stat), INODE64(lstat), INODE64(fstat), INODE64(fstatat),
+    INODE64(readdir), INODE64(opendir), N(closedir), INODE64(statfs), INODE64(getfsstat), N(utimensat), N(futimens),
+    N(utimes), N(futimes), N(mmap), N(pathconf), N(statvfs), N(fchmodat), N(fcopyfile), N(copyfile_state_alloc),
+    N(copyfile_state_free), NAMED("_fdopendir$INODE64", fdopendir), NAMED("_rewinddir$INODE64", rewinddir),
     NAMED("_realpath$DARWIN_EXTSN", realpath), SAME(close), SAME(read), SAME(write), SAME(pread), SAME(pwrite),
     SAME(lseek), SAME(dup), SAME(dup2), SAME(pipe), SAME(ftruncate), SAME(truncate), SAME(fsync), SAME(mkdir),
     SAME(mkdirat), SAME(mkdtemp), SAME(mkstemp), SAME(mkfifo), SAME(link), SAME(symlink), SAME(readlink),

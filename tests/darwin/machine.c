@@ -161,9 +161,20 @@ static int dw_sysctl(const int *name, unsigned parts, void *old, size_t *length)
     }
     return errno = ENOENT, -1;
 }
+static const struct {
+    const char *name;
+    int area, number;
+} kernelNames[] = {{"hw.ncpu", DWC_CTL_HW, DWC_HW_NCPU},
+                   {"hw.memsize", DWC_CTL_HW, DWC_HW_MEMSIZE},
+                   {"kern.boottime", DWC_CTL_KERN, DWC_KERN_BOOTTIME}};
 static int dw_sysctlbyname(const char *name, void *old, size_t *length) {
     const char *model = getenv("MACHO_MODEL") ? getenv("MACHO_MODEL") : "PowerBook5,8";
-    return strcmp(name, "hw.model") == 0 ? answer(model, strlen(model) + 1, old, length) : (errno = ENOENT, -1);
+    if (strcmp(name, "hw.model") == 0)
+        return answer(model, strlen(model) + 1, old, length);
+    for (size_t i = 0; i < sizeof kernelNames / sizeof *kernelNames; ++i)
+        if (strcmp(kernelNames[i].name, name) == 0)
+            return dw_sysctl((int[]){kernelNames[i].area, kernelNames[i].number}, 2, old, length);
+    return errno = ENOENT, -1;
 }
 enum { kTaskPort = 0x103, kHostPort = 0x203 };
 static const uint32_t taskPort = kTaskPort;
@@ -272,7 +283,7 @@ const struct name machineNames[] = {
     NAMED("_mach_task_self_", &taskPort), SAME(setutxent), SAME(endutxent), SAME(getgrgid_r), SAME(getuid),
     SAME(geteuid), SAME(getgid), SAME(getegid), SAME(setuid), SAME(seteuid), SAME(setgid), SAME(setegid),
     SAME(getpid), SAME(getppid), SAME(gettimeofday), SAME(times), SAME(time), SAME(nanosleep), SAME(usleep),
-    SAME(sleep), SAME(openlog), SAME(syslog), SAME(vsyslog), SAME(closelog), {NULL, NULL},
+    SAME(pause), SAME(sleep), SAME(openlog), SAME(syslog), SAME(vsyslog), SAME(closelog), {NULL, NULL},
 };
 // clang-format on
 // clang-format off

@@ -241,14 +241,10 @@ static ssize_t dw_recv(int file, void *buffer, size_t size, int flags) {
 static ssize_t dw_send(int file, const void *buffer, size_t size, int flags) {
     return send(file, buffer, size, messageFlags(flags));
 }
-static int dw_ioctl(int file, unsigned long request, void *argument) {
-    switch (request) {
-    case DWC_FIONREAD:
-        return ioctl(file, FIONREAD, argument);
-    case DWC_FIONBIO:
-        return ioctl(file, FIONBIO, argument);
-    }
-    return errno = EINVAL, -1;
+static const struct pair requests[] = {PAIR(FIONREAD), PAIR(FIONBIO), PAIR(TIOCGWINSZ), PAIR(TIOCSWINSZ)};
+static int dw_ioctl(int file, unsigned long request, void *argument) { // their records agree
+    const int own = HOST_OF(requests, (long)request, -1);
+    return own == -1 ? (errno = EINVAL, -1) : ioctl(file, (unsigned long)own, argument);
 }
 static const char *dw_inet_ntop(int family, const void *from, char *to, socklen_t size) {
     return inet_ntop(hostFamily(family), from, to, size);
@@ -256,13 +252,15 @@ static const char *dw_inet_ntop(int family, const void *from, char *to, socklen_
 static int dw_inet_pton(int family, const char *from, void *to) {
     return inet_pton(hostFamily(family), from, to);
 }
-static struct hostent *dw_gethostbyname(const char *name) { // its record agrees but for the family's number
+/** Each thread has an answer of its own there; the record agrees but for the family's number. */
+static struct hostent *dw_gethostbyname(const char *name) {
     static __thread struct hostent answer;
-    const struct hostent *host = gethostbyname(name);
-    if (!host)
+    static __thread char buffer[65536];
+    struct hostent *found = NULL;
+    int error;
+    if (gethostbyname_r(name, &answer, buffer, sizeof buffer, &found, &error) != 0 || !found)
         return NULL;
-    answer = *host;
-    answer.h_addrtype = darwinFamily(host->h_addrtype);
+    answer.h_addrtype = darwinFamily(answer.h_addrtype);
     return &answer;
 }
 
