@@ -107,8 +107,10 @@ const std::vector<const char *> kRemarks = {
     "Properties are texts of the agent's contract: N/A, NA and -1 mean that something is not known. In JSON, values "
     "holds the same as numbers, true, false and null; free memory and disk space of the contract come in twentieths of "
     "the whole, those of this host exactly.",
-    "Control characters, and bytes that are no UTF-8, are shown as \\xNN. But get with a single name writes the value "
-    "as it is, and JSON has U+FFFD in the place of what is no UTF-8.",
+    "Control characters are shown as \\xNN, and so are bytes of an interface's name that are no UTF-8; a property ends "
+    "before its first such byte. But get with a single name writes the value as it is, and JSON has U+FFFD in the "
+    "place "
+    "of what is no UTF-8.",
     "On a terminal, lines are no wider than it (COLUMNS, if set, says how wide), and headings are bold unless NO_COLOR "
     "is "
     "set.",
