@@ -23,3 +23,6 @@ darwin_options() {
     darwin=(-DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/darwin.cmake" -DZORCOMN_ZIG="$zig" -DZORCOMN_DARWIN_ARCHITECTURE="$1"
         -DZORCOMN_TOOL_HEADERS="$PWD/build/headers")
 }
+
+# llvm_lipo OPTION...: it has no name of its own among the system's programs.
+llvm_lipo() { "$(llvm-config --bindir)/llvm-lipo" "$@"; }

@@ -107,7 +107,7 @@ universal() {
     local file=build/darwin-universal/lib/libzorcomn.4.8.0.dylib architecture
     scripts/build-darwin || return 1
     for architecture in x86_64 arm64; do
-        llvm-lipo -thin "$architecture" -output "build/darwin-$architecture.dylib" "$file" &&
+        llvm_lipo -thin "$architecture" -output "build/darwin-$architecture.dylib" "$file" &&
             NM=$PWD/scripts/nm-macho tests/package/check_exports "build/darwin-$architecture.dylib" || return 1
     done
     tests/darwin/check_universal build/darwin-universal
