@@ -113,7 +113,7 @@ pair() {
 }
 
 # universal: and it names what it needs, and runs where it is moved to.
-universal() { pair && tests/darwin/check_universal build/darwin-universal; }
+universal() { pair && tests/darwin/check_universal build/darwin-universal build/macho/macho_run; }
 
 # executed_darwin: the whole suite, linked for Darwin and run here (tests/darwin/README.md), and the loader's own tests.
 executed_darwin() {
