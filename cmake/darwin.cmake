@@ -3,7 +3,6 @@
 # what CoreFoundation, CoreServices and iconv give is declared in cmake/darwin/ and listed there in stub libraries (.tbd),
 # name by name. Nothing is left for the loader to find: an import that no list has fails the link.
 set(CMAKE_SYSTEM_NAME Darwin)
-set(CMAKE_SYSTEM_VERSION 9) # that of Mac OS X 10.5, the first with paths relative to who loads (@rpath)
 set(CMAKE_SYSTEM_PROCESSOR ${ZORCOMN_DARWIN_ARCHITECTURE})
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES ZORCOMN_ZIG ZORCOMN_DARWIN_ARCHITECTURE)
 set(CMAKE_C_COMPILER ${ZORCOMN_ZIG} cc -target ${ZORCOMN_DARWIN_ARCHITECTURE}-macos)
