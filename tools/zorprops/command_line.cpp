@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstdlib>
 #include <optional>
 
@@ -44,8 +45,7 @@ std::optional<std::chrono::milliseconds> secondsOf(const std::string &text) {
     const double seconds = std::strtod(text.c_str(), &end);
     if (*end != '\0' || !(seconds <= kMost))
         return std::nullopt;
-    return std::chrono::milliseconds(
-        static_cast<long long>(seconds * 1000 + 0.5)); // rounded: 0.3 has no exact binary form
+    return std::chrono::milliseconds(std::llround(seconds * 1000)); // rounded: 0.3 has no exact binary form
 }
 
 template <class Rows> std::string suggestion(const std::string &given, const Rows &rows, const std::string &prefix) {
