@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -91,16 +92,34 @@ ChildResult runInChild(const std::function<int()> &body, int timeoutSeconds) {
                                          << result.output;
 }
 
+namespace {
+
+bool writeTo(const char *file, const std::string &text) {
+    return std::ofstream(file) << text << std::flush ? true : false;
+}
+
+/** An ordinary user may make the namespaces below as root of a namespace of users, in which nobody else exists. */
+bool mayMakeNamespaces() {
+    const uid_t user = geteuid();
+    const gid_t group = getegid();
+    return user == 0 || (unshare(CLONE_NEWUSER) == 0 && writeTo("/proc/self/setgroups", "deny") &&
+                         writeTo("/proc/self/uid_map", "0 " + std::to_string(user) + " 1") &&
+                         writeTo("/proc/self/gid_map", "0 " + std::to_string(group) + " 1"));
+}
+
+} // namespace
+
 bool enterPrivateMounts() {
-    return unshare(CLONE_NEWNS) == 0 && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+    return mayMakeNamespaces() && unshare(CLONE_NEWNS) == 0 &&
+           mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
 }
 
 bool enterPrivateNetwork() {
-    return unshare(CLONE_NEWNET) == 0;
+    return mayMakeNamespaces() && unshare(CLONE_NEWNET) == 0;
 }
 
 bool enterPrivateNames(const std::string &hostName, const std::string &nisDomain) {
-    return unshare(CLONE_NEWUTS) == 0 && sethostname(hostName.data(), hostName.size()) == 0 &&
+    return mayMakeNamespaces() && unshare(CLONE_NEWUTS) == 0 && sethostname(hostName.data(), hostName.size()) == 0 &&
            setdomainname(nisDomain.data(), nisDomain.size()) == 0;
 }
 

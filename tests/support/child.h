@@ -41,7 +41,7 @@ bool mayCancelSleepingThreads();
 
 #define ZORCOMN_SKIP_WITHOUT_NAMESPACES()                                                                              \
     if (!zor::test::mayUseNamespaces())                                                                                \
-    GTEST_SKIP() << "needs root with mount and network namespaces"
+    GTEST_SKIP() << "needs mount and network namespaces, as root or by a namespace of users"
 #define ZORCOMN_SKIP_WITHOUT_CANCELLATION()                                                                            \
     if (!zor::test::mayCancelSleepingThreads())                                                                        \
     GTEST_SKIP() << "needs to cancel a sleeping thread, which ends the process here"

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 
 #include <sys/mount.h>
@@ -55,7 +56,26 @@ void PrivateMachine::overlay(const std::string &folder, const std::string &targe
     const std::string upper = fresh("upper"), work = fresh("work");
     const std::string options = "lowerdir=" + folder + ",upperdir=" + upper + ",workdir=" + work;
     m_ready = m_ready && mkdir(upper.c_str(), 0755) == 0 && mkdir(work.c_str(), 0755) == 0 &&
-              mount("none", target.c_str(), "overlay", 0, options.c_str()) == 0;
+              (mount("none", target.c_str(), "overlay", 0, options.c_str()) == 0 || mirror(folder, target));
+}
+
+/** overlay where the kernel refuses one, as it does to an ordinary user over mounts of the machine's: each entry is
+ * bound in a folder in memory. */
+bool PrivateMachine::mirror(const std::string &folder, const std::string &target) {
+    const std::filesystem::path made = fresh("mirror");
+    std::error_code failed;
+    std::filesystem::create_directory(made, failed);
+    for (const auto &entry : std::filesystem::directory_iterator(folder, failed)) {
+        const std::filesystem::path path = made / entry.path().filename();
+        if (entry.is_symlink()) {
+            std::filesystem::copy_symlink(entry, path, failed);
+            continue;
+        }
+        const bool hasPlace = entry.is_directory() ? mkdir(path.c_str(), 0755) == 0 : writeFile(path, "", 0644);
+        if (!hasPlace || mount(entry.path().c_str(), path.c_str(), nullptr, MS_BIND | MS_REC, nullptr) != 0)
+            return false;
+    }
+    return !failed && mount(made.c_str(), target.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0;
 }
 
 void PrivateMachine::makeRootWritable() {

@@ -29,6 +29,7 @@ public:
 private:
     std::string fresh(const char *kind);
     void overlay(const std::string &folder, const std::string &target);
+    bool mirror(const std::string &folder, const std::string &target);
 
     bool m_ready;
     int m_count = 0;
