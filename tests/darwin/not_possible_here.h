@@ -35,7 +35,7 @@ template <class... Arguments> int onlyElsewhere(const char *name, Arguments... a
     errno = EPERM;
     return -1;
 }
-enum { CLONE_NEWNS = 1, CLONE_NEWNET = 2, CLONE_NEWUTS = 4 };
+enum { CLONE_NEWNS = 1, CLONE_NEWNET = 2, CLONE_NEWUTS = 4, CLONE_NEWUSER = 8 };
 constexpr unsigned long MS_REC = 1, MS_PRIVATE = 2, MS_BIND = 4;
 inline int unshare(int spaces) {
     return onlyElsewhere("unshare", spaces);

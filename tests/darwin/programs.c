@@ -150,17 +150,18 @@ const struct name programNames[] = {
 // clang-format on
 
 // ---- what not_possible_here.h asks for by dlsym: namespaces and mounts, its flags in the order of these
-static unsigned long chosen(unsigned long bits, const unsigned long *flags) {
+static unsigned long chosen(unsigned long bits, const unsigned long flags[4]) {
     unsigned long result = 0;
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 4; ++i)
         result |= bits & 1ul << i ? flags[i] : 0;
     return result;
 }
 static int dw_unshare(int spaces) {
-    return unshare((int)chosen((unsigned long)spaces, (unsigned long[]){CLONE_NEWNS, CLONE_NEWNET, CLONE_NEWUTS}));
+    return unshare(
+        (int)chosen((unsigned long)spaces, (unsigned long[4]){CLONE_NEWNS, CLONE_NEWNET, CLONE_NEWUTS, CLONE_NEWUSER}));
 }
 static int dw_mount(const char *source, const char *target, const char *type, unsigned long flags, const void *data) {
-    return mount(source, target, type, chosen(flags, (unsigned long[]){MS_REC, MS_PRIVATE, MS_BIND}), data);
+    return mount(source, target, type, chosen(flags, (unsigned long[4]){MS_REC, MS_PRIVATE, MS_BIND}), data);
 }
 static const struct name elsewhereNames[] = {N(unshare), N(mount), SAME(umount), SAME(umount2), {NULL, NULL}};
 

@@ -2,6 +2,8 @@
 // (ZORCOMN_SKIPPED_TESTS, a file) says in it what cannot be done there: a test's full name, a blank, the reason; '#'
 // begins a comment.
 
+#include "tests/support/loopback.h"
+
 #include <fstream>
 #include <map>
 #include <sstream>
@@ -37,5 +39,6 @@ private:
 int main(int argc, char **argv) {
     ::testing::InitGoogleTest(&argc, argv);
     ::testing::UnitTest::GetInstance()->listeners().Append(new SkipsListed(ZORCOMN_SKIPPED_TESTS));
+    zor::test::ensureLoopback();
     return RUN_ALL_TESTS();
 }
