@@ -23,6 +23,7 @@ failed=0    # how many targets went wrong
 total_passed=0 total_failed=0 total_skipped=0
 
 jobs=$(processors)
+starter=(env) # what starts ctest
 
 # row TARGET BUILT [RUN PASSED SKIPPED FAILED]
 row() {
@@ -38,7 +39,7 @@ suite() {
     local target=$1 folder=$2 report=$PWD/$2/junit.xml run skipped bad name
     shift 2
     rm -f "$report"
-    if ! ctest --test-dir "$folder" -j "$jobs" --output-on-failure --output-junit "$report" "$@" >"$folder/ctest.log" 2>&1; then
+    if ! "${starter[@]}" ctest --test-dir "$folder" -j "$jobs" --output-on-failure --output-junit "$report" "$@" >"$folder/ctest.log" 2>&1; then
         grep -E -A8 '\*\*\*|^The following|Failure$' "$folder/ctest.log" | head -n 200
     fi
     tail -n 3 "$folder/ctest.log"
@@ -51,6 +52,24 @@ suite() {
     total_failed=$((total_failed + bad)) total_skipped=$((total_skipped + skipped))
     [[ $bad == 0 && $run -gt 0 ]] || failed=$((failed + 1))
     row "$target" yes "$run" $((run - bad - skipped)) "$skipped" "$bad"
+}
+
+# suite_by TARGET FOLDER COMMAND...: the same, with ctest started by the command, whose user may only read the folder.
+suite_by() {
+    local target=$1 folder=$2 own=$2-by-others
+    shift 2
+    say "== $target"
+    rm -rf "$own"
+    mkdir "$own"
+    echo "subdirs(\"$PWD/$folder\")" >"$own/CTestTestfile.cmake"
+    chown -R 65534 "$own" 2>/dev/null
+    if ! "$@" ls "$PWD/$folder/CTestTestfile.cmake" >/dev/null 2>"$own/why"; then
+        row "$target (not possible here: $(head -n 1 "$own/why" | sed 's/.*: //'))" no - - - -
+        return 0
+    fi
+    starter=("$@" env HOME="$PWD/$own")
+    suite "$target" "$own"
+    starter=(env)
 }
 
 # build TARGET FOLDER OPTION...: configures and builds; false, with the row kept, when that fails.
@@ -230,6 +249,14 @@ run_all() {
     step 'binary interface as recorded' scripts/check_abi build/test/libzorcomn.so
     build 'x86-64, g++, as ./report builds it' build/release-tests "${tests[@]}" -DCMAKE_BUILD_TYPE=Release &&
         suite 'x86-64, g++, as ./report builds it' build/release-tests
+    # Who cannot become another user is an ordinary one, who ran the suite above.
+    local nobody=(setpriv --reuid 65534 --regid 65534 --clear-groups)
+    if [[ $(id -u) == 0 ]]; then
+        suite_by 'x86-64, g++, as an ordinary user' build/test "${nobody[@]}"
+    else
+        nobody=()
+    fi
+    suite_by 'x86-64, g++, root of a user namespace, no loopback' build/test "${nobody[@]}" unshare -Urn
     step 'reference of the headers, no warning' check_reference
     step 'inside another project' tests/package/check_parent "$PWD" "${CC:-cc}" "${CXX:-c++}"
     step 'Debian packages' scripts/build-packages --try

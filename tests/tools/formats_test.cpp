@@ -151,6 +151,7 @@ TEST(Facts, Ansible_TellsThem) {
     std::filesystem::create_directory(folder / "facts.d");
     folder.write("facts.d/machine.fact", runProgram({"--format=facts"}).output);
     const ShellResult result = shell("HOME='" + folder.path() + "' ANSIBLE_LOCAL_TEMP='" + (folder / "tmp") +
+                                     "' ANSIBLE_REMOTE_TMP='" + (folder / "remote") +
                                      "' ANSIBLE_LOCALHOST_WARNING=False ANSIBLE_INVENTORY_UNPARSED_WARNING=False "
                                      "ansible localhost -c local -m setup "
                                      "-a 'gather_subset=!all,!min,local fact_path=" +

@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <utmpx.h>
 
 using namespace velmora_com::vta;
 using zor::test::childPasses;
@@ -35,6 +36,7 @@ void *callCancelled(void *argument) {
 
 void expectUncancelled(const char *name, std::function<void()> call) {
     EXPECT_TRUE(childPasses([&] {
+        setutxent(); // the system keeps its login database open, where there is one
         const size_t descriptors = zor::test::openDescriptors();
         Cancelled cancelled{std::move(call)};
         pthread_t thread;
