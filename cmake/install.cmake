@@ -34,23 +34,15 @@ if(kind STREQUAL STATIC)
   string(REPLACE ";" "" implicit "${implicit}")
   set(PC_BEYOND "${PC_BEYOND}${implicit}")
 endif()
-# Written while installing, since --prefix may differ from what was configured; at its place, since who installs may not be
-# allowed to write into the build folder.
-if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
-  set(PC_FOLDER "${CMAKE_INSTALL_LIBDIR}")
-else()
-  set(PC_FOLDER "\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}")
-endif()
+# Written while installing, since --prefix may differ from what was configured.
 install(CODE "
   set(PC_LIBDIR [[${PC_LIBDIR}]])
   set(PC_INCLUDEDIR [[${PC_INCLUDEDIR}]])
   set(PC_BEYOND [[${PC_BEYOND}]])
   set(PROJECT_VERSION ${PROJECT_VERSION})
-  set(pkgconfig_file \"${PC_FOLDER}/pkgconfig/zorcomn.pc\")
-  message(STATUS \"Installing: \$ENV{DESTDIR}\${pkgconfig_file}\")
-  configure_file([[${CMAKE_CURRENT_LIST_DIR}/zorcomn.pc.in]] \"\$ENV{DESTDIR}\${pkgconfig_file}\" @ONLY)
-  list(APPEND CMAKE_INSTALL_MANIFEST_FILES \"\${pkgconfig_file}\")"
+  configure_file([[${CMAKE_CURRENT_LIST_DIR}/zorcomn.pc.in]] [[${CMAKE_CURRENT_BINARY_DIR}/zorcomn.pc]] @ONLY)"
   COMPONENT development)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zorcomn.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
 set(documents ${CMAKE_INSTALL_DATAROOTDIR}/doc/zorcomn-doc)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${documents} COMPONENT documentation

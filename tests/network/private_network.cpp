@@ -1,9 +1,12 @@
 #include "tests/network/private_network.h"
 
 #include "source/platform/posix.h"
+#include "tests/support/eventually.h"
 
 #include <cstdlib>
 
+#include <net/if.h>
+#include <sys/ioctl.h>
 #include <sys/mount.h>
 #include <sys/socket.h>
 
@@ -33,10 +36,20 @@ void addInterface(const std::string &name, int number) {
     ip("link set " + name + " addrgenmode none"); // no addresses but those that the test gives it
 }
 
+void bringUp(const std::string &name) {
+    ip("link set " + name + " up");
+    const Descriptor any(socket(AF_INET, SOCK_DGRAM, 0));
+    ifreq interface {};
+    name.copy(interface.ifr_name, sizeof interface.ifr_name - 1);
+    EXPECT_TRUE(eventually([&] {
+        return ioctl(any.get(), SIOCGIFFLAGS, &interface) == 0 && (interface.ifr_flags & IFF_RUNNING) != 0;
+    })) << name;
+}
+
 ::testing::AssertionResult passesInPrivateNetwork(const std::function<void()> &body) {
     return childPasses([&] {
         ASSERT_TRUE(enterPrivateNetwork());
-        ip("link set lo up");
+        bringUp("lo");
         body();
     });
 }

@@ -23,6 +23,9 @@ void ip(const std::string &arguments);
  * where the kernel has no dummies. */
 void addInterface(const std::string &name, int number);
 
+/** Sets an interface up and waits until the kernel uses it, which may take it a while. */
+void bringUp(const std::string &name);
+
 /** Runs body in a child with a network of its own, loopback up. */
 ::testing::AssertionResult passesInPrivateNetwork(const std::function<void()> &body);
 

@@ -17,6 +17,7 @@ namespace {
 
 using velmora_com::vta::ANetworkUtil;
 using zor::test::addInterface;
+using zor::test::bringUp;
 using zor::test::ip;
 using zor::test::Listener;
 
@@ -66,8 +67,8 @@ TEST(RealConnections, LocalAddress_IsTheOneOfTheRouteToThePeer) {
         addInterface("zb", 2);
         ip("addr add 10.1.0.1/16 dev za");
         ip("addr add 10.2.0.1/16 dev zb");
-        ip("link set za up");
-        ip("link set zb up");
+        bringUp("za");
+        bringUp("zb");
         const Listener peer("0.0.0.0");
         const size_t descriptors = zor::test::openDescriptors();
         EXPECT_EQ(localAddressTowards("10.1.0.1", peer.service(), 0), "10.1.0.1");
@@ -86,7 +87,7 @@ TEST(RealConnections, PacketsThatAreDropped_FailWhenTimeRunsOut) {
     EXPECT_TRUE(passesWithHosts("", [] {
         addInterface("za", 1);
         ip("addr add 10.1.0.1/16 dev za");
-        ip("link set za up");
+        bringUp("za");
         ip("neigh add 10.1.0.2 lladdr 02:00:00:00:00:99 dev za"); // nobody: what is sent there is lost
         const size_t descriptors = zor::test::openDescriptors();
         const auto start = std::chrono::steady_clock::now();
@@ -110,7 +111,7 @@ TEST(RealConnections, LinkLocalPeer_IsReachedThroughItsScope) {
     EXPECT_TRUE(passesWithHosts("fe80::5 without-scope\n", [] {
         addInterface("za", 1);
         ip("addr add fe80::5/64 dev za nodad");
-        ip("link set za up");
+        bringUp("za");
         const unsigned int index = if_nametoindex("za");
         const std::string scope = '%' + std::to_string(index);
         const Listener peer("fe80::5", 8, index);
