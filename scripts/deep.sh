@@ -3,6 +3,14 @@
 
 run_deep() {
     mkdir -p build/deep
+    need_packages g++-aarch64-linux-gnu
+    tool_headers
+    cross 'arm64, 64 bits, emulated' build/aarch64 cmake/aarch64-linux.cmake
+    scripts/build-packages && step 'Debian packages, examples built from them' scripts/try-packages build/packages --whole
+    local release
+    for release in trixie sid; do
+        step "both commands on Debian $release" scripts/try-debian "$release"
+    done
     print_table
     [[ $failed == 0 ]]
 }

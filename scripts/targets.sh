@@ -24,6 +24,9 @@ total_passed=0 total_failed=0 total_skipped=0
 
 jobs=$(processors)
 starter=(env) # what starts ctest
+tests=(-DZORCOMN_TESTS=ON -DZORCOMN_WERROR=ON)
+along=(-DZORCOMN_GTEST_SOURCE=/usr/src/googletest -DZORCOMN_TOOL_HEADERS="$PWD/build/headers")
+quick=(-DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O1 -DCMAKE_C_FLAGS_DEBUG=-O1)
 
 # row TARGET BUILT [RUN PASSED SKIPPED FAILED]
 row() {
@@ -212,7 +215,6 @@ print_table() {
 # run_all_on_mac: what a Mac can run of it all, and what it leaves out.
 run_all_on_mac() {
     mkdir -p build
-    local tests=(-DZORCOMN_TESTS=ON -DZORCOMN_WERROR=ON)
     local sanitized=(-DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG='-O1 -g1')
     build 'this Mac' build/test "${tests[@]}" && suite 'this Mac' build/test
     build 'this Mac, address and undefined' build/asan "${tests[@]}" "${sanitized[@]}" -DZORCOMN_SANITIZE=address,undefined &&
@@ -228,7 +230,6 @@ run_all_on_mac() {
 # run_darwin: the suite linked for Darwin, run here. Beside the plain suite, whose tests it is held against.
 run_darwin() {
     mkdir -p build
-    local tests=(-DZORCOMN_TESTS=ON -DZORCOMN_WERROR=ON)
     tool_headers
     need_zig
     export ZIG_GLOBAL_CACHE_DIR=$PWD/build/zig/cache ZIG_LOCAL_CACHE_DIR=$PWD/build/zig/cache
@@ -241,7 +242,6 @@ run_darwin() {
 run_all() {
     mkdir -p build
     export ZORCOMN_ALL_PROGRAMS=1
-    local tests=(-DZORCOMN_TESTS=ON -DZORCOMN_WERROR=ON)
 
     build 'x86-64, g++, with benchmarks' build/test "${tests[@]}" -DZORCOMN_BENCH=ON &&
         suite 'x86-64, g++, with benchmarks' build/test
@@ -268,8 +268,6 @@ run_all() {
     build 'x86-64, g++, thread' build/tsan "${tests[@]}" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG='-O1 -g1' \
         -DZORCOMN_SANITIZE=thread && suite 'x86-64, g++, thread' build/tsan
 
-    local along=(-DZORCOMN_GTEST_SOURCE=/usr/src/googletest -DZORCOMN_TOOL_HEADERS="$PWD/build/headers")
-    local quick=(-DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O1 -DCMAKE_C_FLAGS_DEBUG=-O1)
     tool_headers
     if echo 'int main() {}' | g++ -m32 -x c++ - -o build/multilib-at-hand 2>/dev/null; then
         cross 'x86, 32 bits' build/x86-32 cmake/x86-32.cmake
