@@ -193,7 +193,7 @@ const struct name textNames[] = {
     N(asprintf_l), N(sscanf_l), N(btowc_l), N(wctob_l), N(mbrtowc_l), N(wcrtomb_l), N(mbtowc_l), N(mbrlen_l),
     N(mbsrtowcs_l), N(mbsnrtowcs_l), N(wcsnrtombs_l), N(___mb_cur_max_l), N(___mb_cur_max), N(localeconv_l),
     N(___tolower_l), N(___toupper_l), N(__maskrune_l), N(__assert_rtn), N(__bzero), N(memset_pattern16), N(strlcpy),
-    N(__snprintf_chk), N(regcomp), N(regexec), N(regfree), SAME(ceilf), SAME(nextafter),
+    N(__snprintf_chk), N(regcomp), N(regexec), N(regfree), SAME(ceilf), SAME(llround), SAME(nextafter),
     NAMED("___stack_chk_guard", &stackGuard), SAME(__stack_chk_fail), NAMED("___stdinp", &stdin),
     NAMED("___stdoutp", &stdout), NAMED("___stderrp", &stderr), NAMED("__DefaultRuneLocale", runes), SAME(localeconv),
     SAME(freelocale), SAME(uselocale), SAME(strcoll_l), SAME(strxfrm_l), SAME(strftime_l), SAME(strtod_l),
