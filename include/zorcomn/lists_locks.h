@@ -427,7 +427,8 @@ ZORCOMN_API void qeSL_Release(volatile int32_t *cell);
 /** Told about a lock by number. Runs while the lock's spin lock is held: it must be short, must not wait, and must not
  * use the same lock in any way, nor a list that carries it. Other locks may be taken without waiting, and released, in
  * one order only: a callback of lock A that uses B, and one of B that uses A, spin for ever when they meet; and so does
- * a release of B in a callback of A whose own callbacks use A. Events may be set.
+ * a release of B in a callback of A whose own callbacks use A. Events may be set. One that ends its thread leaves its
+ * registration, and the spin lock free.
  * @param first   the first argument of the registration.
  * @param event   ZORCOMN_LOCK_IS_FREE (4352) or ZORCOMN_LOCK_IS_WITHDRAWN (4354).
  * @param second  the second argument of the registration.

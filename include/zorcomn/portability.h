@@ -557,7 +557,8 @@ ZORCOMN_API extern pthread_mutex_t MutexDirEnt;
  * neither may the module's constructors and destructors: they would wait for themselves. Nor may those of a library
  * that is opened or closed past the table (dlopen(), load_shared_object_image) while other threads use the table: they
  * run under the system loader's own lock, which is taken after the table's, and two threads could wait for each other.
- * Cancellation is held off while it runs. It may fork.
+ * Cancellation is held off while it runs. It may fork, and may end its thread: the table is free then, and the module,
+ * which stays open, is not in it.
  * @param module    the module's own handle.
  * @param reason    ZORCOMN_ATTACH (1) or ZORCOMN_DETACH (0); no other comes.
  * @param reserved  null.

@@ -99,7 +99,7 @@ NotifyRegistration &registrationAt(qeLLNode *link) {
     return *reinterpret_cast<NotifyRegistration *>(link);
 }
 
-// Not cancelled in there: not every system unwinds the stack, and the spin lock would stay held.
+// Not cancelled in there: a registration would be half served. A callback that ends its thread frees the spin lock.
 uint32_t tell(const NotifyRegistration &registration, uint32_t event) {
     const UncancellableScope uncancellable;
     return registration.callback(registration.first, event, registration.second, 0);

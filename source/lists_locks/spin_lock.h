@@ -6,6 +6,8 @@
 
 #include "zorcomn/lists_locks.h"
 
+#include "source/platform/thread_end.h"
+
 #include <cstdint>
 
 namespace zor {
@@ -19,16 +21,19 @@ void acquireSpinLock(volatile int32_t *cell, SpinExchange exchange, SpinPause pa
 /** acquireSpinLock with the real exchange and pauses. Not a cancellation point. */
 void takeSpinLock(volatile int32_t *cell);
 
-/** Holds a spin lock for a scope, also when a callback unwinds through it. */
+/** Holds a spin lock for a scope, and no longer when a callback ends the thread in it. */
 class SpinGuard {
 public:
     explicit SpinGuard(volatile int32_t &cell) : m_cell(cell) { takeSpinLock(&m_cell); }
-    ~SpinGuard() { qelInterlockedExchange(&m_cell, 0); }
+    ~SpinGuard() { free(); }
     SpinGuard(const SpinGuard &) = delete;
     SpinGuard &operator=(const SpinGuard &) = delete;
 
 private:
+    void free() { qelInterlockedExchange(&m_cell, 0); }
+
     volatile int32_t &m_cell;
+    ThreadEndHandler m_atThreadEnd{[](void *self) { static_cast<SpinGuard *>(self)->free(); }, this};
 };
 
 } // namespace zor

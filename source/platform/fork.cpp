@@ -90,7 +90,7 @@ ForkDelay::ForkDelay() : m_generation(generation.load()) {
     callsUnderWay.fetch_add(1);
 }
 
-ForkDelay::~ForkDelay() {
+void ForkDelay::end() {
     if (m_generation == generation.load())
         callsUnderWay.fetch_sub(1);
 }

@@ -59,12 +59,15 @@ public:
     explicit HeldThroughFork(ForkRepair &registered) : m_registered(registered) {
         registered.m_holder.store(pthread_self(), std::memory_order_relaxed);
     }
-    ~HeldThroughFork() { m_registered.m_holder.store(pthread_t(), std::memory_order_relaxed); }
+    ~HeldThroughFork() { end(); }
     HeldThroughFork(const HeldThroughFork &) = delete;
     HeldThroughFork &operator=(const HeldThroughFork &) = delete;
 
 private:
+    void end() { m_registered.m_holder.store(pthread_t(), std::memory_order_relaxed); }
+
     ForkRepair &m_registered;
+    ThreadEndHandler m_atThreadEnd{[](void *self) { static_cast<HeldThroughFork *>(self)->end(); }, this};
 };
 
 /** Around a call of the C library that takes a lock there which no child gets back. It locks nothing, so no order with
@@ -73,12 +76,15 @@ private:
 class ForkDelay {
 public:
     ForkDelay();
-    ~ForkDelay();
+    ~ForkDelay() { end(); }
     ForkDelay(const ForkDelay &) = delete;
     ForkDelay &operator=(const ForkDelay &) = delete;
 
 private:
+    void end();
+
     uint32_t m_generation; // of this process; a child has not begun the calls of its parent
+    ThreadEndHandler m_atThreadEnd{[](void *self) { static_cast<ForkDelay *>(self)->end(); }, this};
 };
 
 /** Runs something once per process, and again in a child that was forked in the middle of it. Beside one, at namespace

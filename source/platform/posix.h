@@ -3,6 +3,8 @@
 // Owners of POSIX resources and the few habits around them. An owner's clean-up saves errno, which callers translate
 // after we return, and holds cancellation off, since close or pclose could otherwise unwind out of a destructor.
 
+#include "source/platform/thread_end.h"
+
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
@@ -137,14 +139,11 @@ size_t convert(size_t (*call)(iconv_t, Input, size_t *, char **, size_t *), cons
     return call(converter.get(), const_cast<Input>(in), inBytes, out, outBytes);
 }
 
-/** Holds a POSIX mutex; tests as true when it was locked. */
+/** Holds a POSIX mutex, no longer than its thread lives; tests as true when it was locked. */
 class MutexLock {
 public:
     explicit MutexLock(pthread_mutex_t &mutex) : m_mutex(pthread_mutex_lock(&mutex) == 0 ? &mutex : nullptr) {}
-    ~MutexLock() {
-        if (m_mutex)
-            pthread_mutex_unlock(m_mutex);
-    }
+    ~MutexLock() { unlock(); }
     MutexLock(const MutexLock &) = delete;
     MutexLock &operator=(const MutexLock &) = delete;
 
@@ -156,6 +155,7 @@ public:
 
 private:
     pthread_mutex_t *m_mutex;
+    ThreadEndHandler m_atThreadEnd{[](void *self) { static_cast<MutexLock *>(self)->unlock(); }, this};
 };
 
 /** Calls again while a signal interrupts; for calls that report failure as -1 and errno. */
@@ -177,17 +177,6 @@ inline Directory openInterrupted(const char *path) {
     while (!stream && errno == EINTR)
         stream = opendir(path);
     return Directory(stream);
-}
-
-/** Runs a body that can be cancelled, and release(owner) should that happen: where a cancelled thread runs no
- * destructors, this is what gives back the owner's resources. The owner's destructor may come after it. The body must
- * not throw. */
-template <class Owner, class Body> auto releasedWhenCancelled(Owner &owner, Body body) -> decltype(body()) {
-    decltype(body()) result{};
-    pthread_cleanup_push([](void *cancelled) { static_cast<Owner *>(cancelled)->release(); }, &owner);
-    result = body();
-    pthread_cleanup_pop(0);
-    return result;
 }
 
 /** Runs what may throw behind an exported function; an exception becomes the failure value. Never around what blocks or

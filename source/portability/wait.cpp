@@ -4,6 +4,7 @@
 
 #include "zorcomn/portability.h"
 
+#include "source/platform/posix.h"
 #include "source/portability/handles.h"
 #include "source/portability/wait.h"
 
@@ -16,21 +17,6 @@ namespace {
 
 constexpr long kNanosecondsPerSecond = 1000000000;
 constexpr uint32_t kPollMs = 10;
-
-void unlockGuard(void *guard) {
-    pthread_mutex_unlock(static_cast<pthread_mutex_t *>(guard));
-}
-
-/** Sleeps on the condition, once; a cancelled thread leaves the guard unlocked. A handler and no destructor, since not
- * every system unwinds the stack of a cancelled thread. */
-int sleepOnce(HandleObject &object, const timespec *deadline) {
-    int error;
-    pthread_cleanup_push(unlockGuard, &object.guard);
-    error = deadline ? pthread_cond_timedwait(&object.condition, &object.guard, deadline)
-                     : pthread_cond_wait(&object.condition, &object.guard);
-    pthread_cleanup_pop(0);
-    return error;
-}
 
 /** Becomes a mutex's owner if it has none; an errno number otherwise. Not blocking: the guard is held. */
 int takeOwnership(HandleObject &mutex) {
@@ -48,7 +34,8 @@ int claim(HandleObject &object) {
 /** The sleeping part of a wait, entered and left with the guard locked; 0 or an errno number. */
 int sleepUntilClaimed(HandleObject &object, const timespec *deadline) {
     for (;;) {
-        if (const int error = sleepOnce(object, deadline))
+        if (const int error = deadline ? pthread_cond_timedwait(&object.condition, &object.guard, deadline)
+                                       : pthread_cond_wait(&object.condition, &object.guard))
             return error;
         const int error = claim(object);
         if (error != EBUSY)
@@ -103,7 +90,8 @@ uint32_t qelWaitForSingleObject(HANDLE handle, uint32_t milliseconds) {
     HandleObject &object = recordOf(handle);
     if (object.type < kEventHandle || object.type > kMutexHandle)
         return failWith(kCellInvalid, kWaitFailed);
-    if (pthread_mutex_lock(&object.guard) != 0)
+    MutexLock guard(object.guard);
+    if (!guard)
         return kWaitFailed;
 
     int error = isSignalled(object) ? claim(object) : EBUSY;
@@ -111,12 +99,14 @@ uint32_t qelWaitForSingleObject(HANDLE handle, uint32_t milliseconds) {
         error = sleepUntilClaimed(object, nullptr);
     } else if (error == EBUSY) {
         timeval now;
-        if (gettimeofday(&now, nullptr) != 0)
-            return kWaitFailed; // Kept: the guard stays locked.
+        if (gettimeofday(&now, nullptr) != 0) {
+            guard.release(); // Kept: the guard stays locked.
+            return kWaitFailed;
+        }
         const timespec deadline = deadlineAfter(now, milliseconds);
         error = sleepUntilClaimed(object, &deadline);
     }
-    const bool isUnlocked = pthread_mutex_unlock(&object.guard) == 0;
+    const bool isUnlocked = guard.unlock();
     if (error == 0)
         return isUnlocked ? kWaitSignalled : kWaitFailed;
     return error == ETIMEDOUT ? kWaitTimedOut : kWaitFailed;

@@ -128,17 +128,20 @@ Descriptor openSource(const char *path) {
 
 class FileCopy {
 public:
+    FileCopy() = default;
+    FileCopy(const FileCopy &) = delete;
+    FileCopy &operator=(const FileCopy &) = delete;
+
     bool run(const char *source, const char *destination, bool mayReplace) {
         m_source.open(openSource(source));
         return m_source.isOpen() && openDestination(destination, mayReplace) && copyContent() && m_destination.close();
     }
-    /** For a thread that is cancelled. */
+
+private:
     void release() {
         m_source.release();
         m_destination.release();
     }
-
-private:
     bool openDestination(const char *path, bool mayReplace) {
         const UncancellableScope uncancellable;
         const auto source = host::openFileFacts(m_source.descriptor());
@@ -175,6 +178,7 @@ private:
 
     Source m_source;
     Destination m_destination;
+    ThreadEndHandler m_atThreadEnd{[](void *self) { static_cast<FileCopy *>(self)->release(); }, this};
 };
 
 } // namespace
@@ -185,6 +189,5 @@ int32_t qelcomn_copy_file(const char *source, const char *destination, int32_t o
     if (!source || !destination)
         return 0;
     qelcomn_MakeRecursiveDirectoryA(destination);
-    zor::FileCopy copy;
-    return zor::releasedWhenCancelled(copy, [&] { return copy.run(source, destination, overwrite != 0) ? 1 : 0; });
+    return zor::FileCopy().run(source, destination, overwrite != 0) ? 1 : 0;
 }

@@ -230,4 +230,30 @@ TEST_F(LockNotify, Unnotify_GoesOnWhereACallbackRefuses) {
     EXPECT_EQ(calls[5], (Call{8, 4352, 9, 0}));
 }
 
+uint32_t endThreadAtFirst(uint32_t first, uint32_t event, uint32_t second, uint32_t zero) {
+    calls.push_back({first, event, second, zero});
+    if (calls.size() == 1)
+        pthread_exit(nullptr);
+    return 0;
+}
+
+void *releaseAndEnd(void *lock) {
+    qeSO_SELockRelease(static_cast<qeSELock *>(lock));
+    return lock; // not reached
+}
+
+TEST_F(LockNotify, CallbackThatEndsItsThread_LeavesTheSpinLockFree) {
+    EXPECT_EQ(qeSO_SELockExclusive(lock, 0), 1);
+    registerCallback(endThreadAtFirst, 1, 2);
+    pthread_t thread;
+    void *result = this;
+    ASSERT_EQ(pthread_create(&thread, nullptr, releaseAndEnd, lock), 0);
+    ASSERT_EQ(pthread_join(thread, &result), 0);
+    EXPECT_EQ(result, nullptr);
+    ASSERT_EQ(imageOf(lock).registrations, 1u) << "not served; and the look takes the spin lock";
+    takeAndRelease();
+    EXPECT_EQ(imageOf(lock).registrations, 0u);
+    EXPECT_EQ(calls.size(), 2u);
+}
+
 } // namespace

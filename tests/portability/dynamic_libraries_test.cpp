@@ -160,6 +160,52 @@ TEST(LoadLibrary, DllMainReturningAnythingBut1_Refuses) {
     }));
 }
 
+uint32_t reasonToEnd;
+
+int32_t endThread(void *, uint32_t reason, void *) {
+    if (reason == reasonToEnd)
+        pthread_exit(nullptr);
+    return 1;
+}
+
+void *loadModule(void *path) {
+    return qelLoadLibrary(static_cast<const char *>(path), nullptr);
+}
+
+void *freeModule(void *module) {
+    qelFreeLibrary(module);
+    return module;
+}
+
+/** Makes a call on a thread of its own, which must end in it. */
+void expectEndIn(void *(*call)(void *), void *argument) {
+    pthread_t thread;
+    void *result = &thread;
+    ASSERT_EQ(pthread_create(&thread, nullptr, call, argument), 0);
+    ASSERT_EQ(pthread_join(thread, &result), 0);
+    EXPECT_EQ(result, nullptr) << "the thread came back";
+    ASSERT_EQ(pthread_mutex_trylock(&MutexDynamicLibraryList), 0);
+    EXPECT_EQ(pthread_mutex_unlock(&MutexDynamicLibraryList), 0);
+}
+
+TEST(LoadLibrary, ThreadThatEndsInDllMain_LeavesTheTableFree) {
+    EXPECT_TRUE(childPasses([] {
+        std::string path = modulePath("dllmain");
+        const OpenModule module(path);
+        module.onDllMain(endThread);
+        reasonToEnd = 1;
+        expectEndIn(loadModule, path.data());
+        EXPECT_EQ(entriesInTable(), 0);
+        reasonToEnd = 0;
+        EXPECT_EQ(qelLoadLibrary(path.c_str(), nullptr), module.handle());
+        expectEndIn(freeModule, module.handle());
+        module.onDllMain(recordDllMain);
+        EXPECT_EQ(qelLoadLibrary(path.c_str(), nullptr), module.handle());
+        EXPECT_EQ(entriesInTable(), 1) << "the place of what was given back last";
+        EXPECT_EQ(qelFreeLibrary(module.handle()), 1);
+    }));
+}
+
 TEST(LoadLibrary, DetachResult_IsNotLookedAt) {
     EXPECT_TRUE(childPasses([] {
         const OpenModule module(modulePath("dllmain"));

@@ -23,6 +23,7 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <sched.h>
 #include <sys/wait.h>
 #include <syslog.h>
@@ -311,6 +312,55 @@ TEST(Forks, DuringACallThatDoesNotEnd_GoOn) {
     EXPECT_TRUE(childPasses([] {
         const StoppedThread other(tellTime, 1, "localtime_r");
         EXPECT_TRUE(childPasses(createGuid, kChildSeconds));
+    }));
+}
+
+// A thread that ends in the middle of it all, on a system that unwinds it or not, is no reason to wait any more.
+TEST(Forks, ThreadThatEndedInAShortCall_HoldsNobodyUp) {
+    EXPECT_TRUE(childPasses([] {
+        const auto endInCall = [](void *) -> void * {
+            const zor::ForkDelay delay;
+            pthread_exit(nullptr);
+        };
+        pthread_t thread;
+        ASSERT_EQ(pthread_create(&thread, nullptr, endInCall, nullptr), 0);
+        ASSERT_EQ(pthread_join(thread, nullptr), 0);
+        const AfterCall waiting("sched_yield", 1, [] {});
+        const pid_t child = fork();
+        if (child == 0)
+            _exit(0);
+        EXPECT_EQ(waitpid(child, nullptr, 0), child);
+        EXPECT_FALSE(waiting.wasReached());
+    }));
+}
+
+int32_t endThread(void *, uint32_t, void *) {
+    pthread_exit(nullptr);
+}
+
+void forkWhileAnotherHoldsTheTable(void *) {
+    const StoppedThread other([] { zor::MutexLock lock(MutexDynamicLibraryList); }, 1);
+    EXPECT_TRUE(childPasses(loadAndFree, kChildSeconds)) << "the thread counts as the table's holder";
+}
+
+void *endInDllMain(void *path) {
+    pthread_cleanup_push(forkWhileAnotherHoldsTheTable, nullptr); // run after the library's own
+    qelLoadLibrary(static_cast<const char *>(path), nullptr);
+    pthread_cleanup_pop(0);
+    return path;
+}
+
+TEST(Forks, OfAThreadThatEndsInDllMain_LeaveTheChildFree) {
+    EXPECT_TRUE(childPasses([] {
+        std::string path = modulePath("dllmain");
+        void *const opened = dlopen(path.c_str(), RTLD_LAZY);
+        ASSERT_NE(opened, nullptr);
+        *static_cast<qelDllMain *>(dlsym(opened, "onDllMain")) = endThread;
+        pthread_t thread;
+        void *result = nullptr;
+        ASSERT_EQ(pthread_create(&thread, nullptr, endInDllMain, path.data()), 0);
+        ASSERT_EQ(pthread_join(thread, &result), 0);
+        EXPECT_EQ(result, nullptr);
     }));
 }
 

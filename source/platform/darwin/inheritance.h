@@ -3,6 +3,8 @@
 // Descriptors whose close-on-exec flag is set by a second call: in between, a program that the library starts would
 // inherit them. Who opens so, and who starts a program, holds this lock.
 
+#include "source/platform/posix.h"
+
 #include <atomic>
 
 #include <sched.h>
@@ -12,7 +14,8 @@
 namespace zor::host {
 
 /** Held by one thread of the process at a time; not recursive. A forked child is its own process: a hold that another
- * thread had at the fork does not count there. Held for moments alone, so that waiting is yielding. */
+ * thread had at the fork does not count there. Held for moments alone, so that waiting is yielding; and with
+ * cancellation held off, since a cancelled thread would never free it. */
 class InheritanceLock {
 public:
     InheritanceLock() {
@@ -29,6 +32,7 @@ public:
     InheritanceLock &operator=(const InheritanceLock &) = delete;
 
 private:
+    UncancellableScope m_uncancellable;
     static inline std::atomic<pid_t> s_holder{0}; // the process that holds it, 0: nobody
 };
 

@@ -16,8 +16,9 @@ namespace zor::host {
 
 namespace {
 
-/** Sets the flag; a descriptor that would be inherited is closed again. */
+/** Sets the flag, not being cancelled meanwhile; a descriptor that would be inherited is closed again. */
 Descriptor notInherited(Descriptor opened) {
+    const UncancellableScope uncancellable;
     if (opened && fcntl(opened.get(), F_SETFD, FD_CLOEXEC) == -1)
         opened.reset();
     return opened;

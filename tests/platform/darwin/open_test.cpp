@@ -20,6 +20,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <sched.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -76,7 +77,8 @@ protected:
         std::function<Descriptor()> open;
     };
     std::vector<Way> ways() {
-        return {{"file", [this] { return host::openFile(m_folder.write("file", "x").c_str(), O_RDONLY); }},
+        const std::string file = m_folder.write("file", "x");
+        return {{"file", [file] { return host::openFile(file.c_str(), O_RDONLY); }},
                 {"temporary file",
                  [this] {
                      std::string pattern = m_folder / "XXXXXX";
@@ -113,6 +115,41 @@ TEST_F(OpeningInTwoSteps, FlagThatCannotBeSet_FailsTheOpening) {
         EXPECT_EQ(errno, EIO) << way.name;
         EXPECT_EQ(zor::test::openDescriptors(), before) << way.name;
     }
+}
+
+/** Whether an opening ends on a thread whose cancellation comes due in it. */
+bool endsThoughCancelled(const std::function<Descriptor()> &open) {
+    std::atomic<bool> hasEnded{false};
+    std::thread([&] {
+        hasEnded = static_cast<bool>(open());
+        pthread_testcancel();
+        ADD_FAILURE() << "the cancellation was lost";
+    }).join();
+    return hasEnded;
+}
+
+// A cancelled thread runs no destructors there: the lock would stay held, the descriptor open.
+TEST_F(OpeningInTwoSteps, Cancelled_EndsFirst) {
+    const auto isCancelled = [] {
+        pthread_cancel(pthread_self());
+        pthread_testcancel();
+        return true;
+    };
+    for (const Way &way : ways()) {
+        const size_t before = zor::test::openDescriptors();
+        g_beforeFlag = isCancelled;
+        EXPECT_TRUE(endsThoughCancelled(way.open)) << way.name << ", in between";
+        EXPECT_TRUE(endsThoughCancelled([&] {
+            pthread_cancel(pthread_self());
+            return way.open();
+        })) << way.name
+            << ", before";
+        EXPECT_EQ(zor::test::openDescriptors(), before) << way.name;
+    }
+    const std::string pipe = m_folder / "pipe"; // which is opened without the lock
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    g_beforeFlag = isCancelled;
+    EXPECT_TRUE(endsThoughCancelled([&] { return host::openFile(pipe.c_str(), O_RDWR); }));
 }
 
 TEST_F(OpeningInTwoSteps, OwnCommand_IsNotStartedInBetween) {
