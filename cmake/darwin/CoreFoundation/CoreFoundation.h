@@ -31,13 +31,13 @@ enum { kCFPropertyListImmutable = 0 };
 extern const CFAllocatorRef kCFAllocatorDefault;
 
 CFDataRef CFDataCreate(CFAllocatorRef allocator, const UInt8 *bytes, CFIndex length);
-#ifdef __APPLE__
+#if defined(__APPLE__) && defined(__clang__)
 __attribute__((availability(macos, introduced = 10.0, deprecated = 10.10)))
 #endif
 CFPropertyListRef
 CFPropertyListCreateFromXMLData(CFAllocatorRef allocator, CFDataRef xmlData, CFOptionFlags mutabilityOption,
                                 CFStringRef *errorString);
-#ifdef __APPLE__
+#if defined(__APPLE__) && defined(__clang__)
 __attribute__((availability(macos, introduced = 10.6)))
 #endif
 CFPropertyListRef

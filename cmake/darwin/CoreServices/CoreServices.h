@@ -17,7 +17,7 @@ typedef long SInt32;
 #endif
 enum { noErr = 0 };
 
-#ifdef __APPLE__
+#if defined(__APPLE__) && defined(__clang__)
 __attribute__((availability(macos, introduced = 10.0, deprecated = 10.8)))
 #endif
 OSErr Gestalt(OSType selector, SInt32 *response);
