@@ -1,22 +1,32 @@
-// The shared/exclusive lock and its lists, beside what a user would call instead (std::shared_mutex; std::forward_list
-// under std::mutex) and beside the floor that the lock's algorithm sets: its spin lock is two interlocked exchanges,
-// each through one process-wide mutex, and a hold takes and leaves that spin lock twice.
+// The shared/exclusive lock and its lists, beside what a user would call instead and beside the floor that the lock's
+// algorithm sets: its spin lock is two interlocked exchanges, each through one process-wide mutex, and a hold takes and
+// leaves that spin lock twice.
 
 #include "zorcomn/lists_locks.h"
 
+#include "bench/compare.h"
+
+#include <atomic>
 #include <forward_list>
+#include <list>
 #include <mutex>
 #include <shared_mutex>
 #include <thread>
+#include <vector>
 
-#include <benchmark/benchmark.h>
+#ifdef ZORCOMN_HAS_GLIB
+#include <glib.h>
+#endif
 
 namespace {
+
+using namespace zor::bench;
+using benchmark::DoNotOptimize;
 
 // The C library takes short cuts until a process has started its first thread; a program with locks has.
 const bool isProcessReady = [] {
     std::thread([] {}).join();
-    return qeSO_ProcessAttach() != 0xFFFFFFFFu;
+    return qeSO_ProcessAttach() != 0xFFFFFFFFu && qeSO_ThreadAttach() != 0;
 }();
 
 class AttachedThread {
@@ -25,17 +35,6 @@ public:
     ~AttachedThread() { qeSO_ThreadDetach(); }
     AttachedThread(const AttachedThread &) = delete;
     AttachedThread &operator=(const AttachedThread &) = delete;
-};
-
-/** What the lock guards: a pair that writers change and readers compare. */
-struct Guarded {
-    uint64_t first = 0;
-    uint64_t second = 0;
-    void write() {
-        ++first;
-        ++second;
-    }
-    bool read() const { return first == second; }
 };
 
 struct OurLock {
@@ -56,7 +55,18 @@ struct StandardLock {
     std::shared_mutex lock;
 };
 
-/** The spin lock's exchanges alone, in the number and order in which a hold makes them. */
+#ifdef ZORCOMN_HAS_GLIB
+struct GlibLock {
+    GlibLock() { g_rw_lock_init(&lock); }
+    void takeExclusive() { g_rw_lock_writer_lock(&lock); }
+    void takeShared() { g_rw_lock_reader_lock(&lock); }
+    void releaseExclusive() { g_rw_lock_writer_unlock(&lock); }
+    void releaseShared() { g_rw_lock_reader_unlock(&lock); }
+    GRWLock lock;
+};
+#endif
+
+/** The spin lock alone, as often as a hold takes it. It keeps nobody out between. */
 struct SpinFloor {
     void twice() {
         qeSL_Get(&cell);
@@ -69,118 +79,199 @@ struct SpinFloor {
     volatile int32_t cell = 0;
 };
 
-void exchangeFloor(benchmark::State &state) {
-    volatile int32_t cell = 0;
-    for (auto _ : state) {
-        for (int hold = 0; hold < 2; ++hold) {
-            benchmark::DoNotOptimize(qelInterlockedExchange(&cell, 1));
-            qelInterlockedExchange(&cell, 0);
-        }
-    }
-}
-
-template <class Lock> void exclusive(benchmark::State &state) {
-    AttachedThread attached;
-    Lock lock;
-    for (auto _ : state) {
-        lock.takeExclusive();
-        lock.releaseExclusive();
-    }
-}
-
-template <class Lock> void shared(benchmark::State &state) {
-    AttachedThread attached;
-    Lock lock;
-    for (auto _ : state) {
-        lock.takeShared();
-        lock.releaseShared();
-    }
-}
-
-/** Holds per second over all threads, of which writers of every ten are exclusive. */
-template <class Lock, int writers> void contended(benchmark::State &state) {
+template <class Lock> void holdExclusive() {
     static Lock lock;
-    static Guarded guarded;
-    AttachedThread attached;
-    int turn = state.thread_index();
-    for (auto _ : state) {
-        if (turn++ % 10 < writers) {
-            lock.takeExclusive();
-            guarded.write();
-            lock.releaseExclusive();
-        } else {
-            lock.takeShared();
-            benchmark::DoNotOptimize(guarded.read());
-            lock.releaseShared();
-        }
-    }
-    state.SetItemsProcessed(state.iterations());
+    lock.takeExclusive();
+    lock.releaseExclusive();
 }
 
-void synchronizedList(benchmark::State &state) {
-    AttachedThread attached;
-    qeSLL *list = nullptr;
+template <class Lock> void holdShared() {
+    static Lock lock;
+    lock.takeShared();
+    lock.releaseShared();
+}
+
+template <class Other> void addUncontended(const std::string &other) {
+    addCalls("lock, one thread/exclusive/" + other, holdExclusive<OurLock>, holdExclusive<Other>);
+    addCalls("lock, one thread/shared/" + other, holdShared<OurLock>, holdShared<Other>);
+}
+
+/** What the lock guards: a pair that writers change and readers compare. */
+struct Guarded {
+    uint64_t first = 0, second = 0;
+};
+
+constexpr int64_t kHolds = 24000; // of all threads together; 64 and every number below it that is used divide it
+
+/** Holds by so many threads at once, of which writers of every ten are exclusive. */
+template <class Lock> int64_t contend(int threads, int writers) {
+    Lock lock;
+    Guarded guarded;
+    std::atomic<int> arrived{0};
+    std::atomic<int64_t> done{0};
+    const auto work = [&](int turn) {
+        const AttachedThread attached;
+        for (++arrived; arrived < threads;)
+            std::this_thread::yield();
+        int64_t held = 0;
+        for (int64_t i = 0; i < kHolds / threads; ++i)
+            if (turn++ % 10 < writers) {
+                lock.takeExclusive();
+                guarded.second = ++guarded.first;
+                lock.releaseExclusive();
+                ++held;
+            } else {
+                lock.takeShared();
+                DoNotOptimize(guarded.first == guarded.second);
+                lock.releaseShared();
+                ++held;
+            }
+        done += held;
+    };
+    std::vector<std::thread> others;
+    for (int i = 1; i < threads; ++i)
+        others.emplace_back(work, i);
+    work(0);
+    for (std::thread &other : others)
+        other.join();
+    return done;
+}
+
+template <class Other> void addContended(const std::string &other) {
+    constexpr struct {
+        const char *name;
+        int writers;
+    } kMixes[] = {{"readers", 0}, {"one writer in ten", 1}, {"writers", 10}};
+    for (const auto &mix : kMixes)
+        for (const int threads : {1, 2, 4, 8, 16, 32, 64})
+            add("lock, threads/" + std::string(mix.name) + ", " + std::to_string(threads) + " threads/" + other, 11,
+                [=](benchmark::State &state) {
+                    compareWork(
+                        state, kHolds / threads * threads, [] {},
+                        [=] { return contend<OurLock>(threads, mix.writers); },
+                        [=] { return contend<Other>(threads, mix.writers); });
+                });
+}
+
+constexpr int64_t kHandOvers = 2000;
+
+/** Two threads that hand one lock to each other: each holds it until the other has queued. What is left is the way from
+ * one's release to the other's hold. */
+struct OurHandOver {
+    OurHandOver() { qeSO_SELockCreate(&lock); }
+    ~OurHandOver() { qeSO_Release(lock); }
+    void take() { qeSO_SELockExclusive(lock, 1); }
+    void release() { qeSO_SELockRelease(lock); }
+    qeSELock *lock = nullptr;
+};
+
+/** The same by an event for each thread, as the lock wakes who is next: one flag, one set, one wait, one reset. */
+int64_t handOverByEvents() {
+    const HANDLE turns[] = {qelCreateEvent(nullptr, 1, 1, nullptr), qelCreateEvent(nullptr, 1, 0, nullptr)};
+    const auto work = [&](int own) {
+        int64_t held = 0;
+        for (; held < kHandOvers / 2; ++held) {
+            qelWaitForSingleObject(turns[own], 0xFFFFFFFFu);
+            qelResetEvent(turns[own]);
+            qelSetEvent(turns[1 - own]);
+        }
+        return held;
+    };
+    int64_t held = 0;
+    std::thread other([&] { held = work(1); });
+    const int64_t ownHeld = work(0);
+    other.join();
+    for (const HANDLE event : turns)
+        qelCloseHandle(event);
+    return held + ownHeld;
+}
+
+int64_t handOverByLock() {
+    OurHandOver lock;
+    std::atomic<int> asking{0}; // threads that are about to take it
+    std::atomic<bool> isOver{false};
+    const auto work = [&] {
+        const AttachedThread attached;
+        int64_t held = 0;
+        for (; held < kHandOvers / 2; ++held) {
+            ++asking;
+            lock.take();
+            --asking;
+            while (asking == 0 && !isOver)
+                std::this_thread::yield();
+            lock.release();
+        }
+        isOver = true;
+        return held;
+    };
+    int64_t held = 0;
+    std::thread other([&] { held = work(); });
+    const int64_t ownHeld = work();
+    other.join();
+    return held + ownHeld;
+}
+
+qeSELock *newLock() {
+    qeSELock *lock = nullptr;
+    qeSO_SELockCreate(&lock);
+    return lock;
+}
+
+/** The two holds that the lists' contract asks for, with nothing in them. */
+void twoHolds() {
+    static qeSELock *const lock = newLock();
+    for (int i = 0; i < 2; ++i) {
+        qeSO_SELockExclusive(lock, 1);
+        qeSO_SELockRelease(lock);
+    }
+}
+
+void addLists() {
+    static qeSLL *list = nullptr;
+    static qeSLL2 *row = nullptr;
     qeSLL_Create(&list);
-    qeLLNode node{};
-    for (auto _ : state) {
+    qeSLL2_Create(&row);
+    const auto pushAndPop = [] {
+        static qeLLNode node{};
         qeSLL_XInsertHead(list, &node);
-        benchmark::DoNotOptimize(qeSLL_XRemoveHead(list));
-    }
-    qeSLL_Release(list);
-}
-
-void synchronizedRow(benchmark::State &state) {
-    AttachedThread attached;
-    qeSLL2 *list = nullptr;
-    qeSLL2_Create(&list);
-    qeLL2Node node{};
-    for (auto _ : state) {
-        qeSLL2_XInsertTail(list, &node);
-        benchmark::DoNotOptimize(qeSLL2_XRemoveHead(list));
-    }
-    qeSLL2_Release(list);
-}
-
-void standardList(benchmark::State &state) {
-    std::mutex mutex;
-    std::forward_list<int> list;
-    for (auto _ : state) {
+        DoNotOptimize(qeSLL_XRemoveHead(list));
+    };
+    const auto appendAndTake = [] {
+        static qeLL2Node node{};
+        qeSLL2_XInsertTail(row, &node);
+        DoNotOptimize(qeSLL2_XRemoveHead(row));
+    };
+    addCalls("lists/push and pop, single links/two holds of the lock", pushAndPop, twoHolds);
+    addCalls("lists/push and pop, double links/two holds of the lock", appendAndTake, twoHolds);
+    addCalls("lists/push and pop, single links/forward_list under a mutex", pushAndPop, [] {
+        static std::mutex mutex;
+        static std::forward_list<int> standard;
         {
-            std::lock_guard<std::mutex> hold(mutex);
-            list.push_front(1);
+            const std::lock_guard<std::mutex> hold(mutex);
+            standard.push_front(1);
         }
-        std::lock_guard<std::mutex> hold(mutex);
-        benchmark::DoNotOptimize(list.front());
-        list.pop_front();
-    }
+        const std::lock_guard<std::mutex> hold(mutex);
+        DoNotOptimize(standard.front());
+        standard.pop_front();
+    });
 }
 
-BENCHMARK(exchangeFloor);
-BENCHMARK(exclusive<OurLock>)->Name("exclusive/ours");
-BENCHMARK(exclusive<StandardLock>)->Name("exclusive/shared_mutex");
-BENCHMARK(shared<OurLock>)->Name("shared/ours");
-BENCHMARK(shared<StandardLock>)->Name("shared/shared_mutex");
-
-#define CONTENDED(writers, name)                                                                                       \
-    BENCHMARK(contended<OurLock, writers>)->Name(name "/ours")->Threads(2)->Threads(4)->Threads(8)->UseRealTime();     \
-    BENCHMARK(contended<SpinFloor, writers>)                                                                           \
-        ->Name(name "/spin floor")                                                                                     \
-        ->Threads(2)                                                                                                   \
-        ->Threads(4)                                                                                                   \
-        ->Threads(8)                                                                                                   \
-        ->UseRealTime();                                                                                               \
-    BENCHMARK(contended<StandardLock, writers>)                                                                        \
-        ->Name(name "/shared_mutex")                                                                                   \
-        ->Threads(2)                                                                                                   \
-        ->Threads(4)                                                                                                   \
-        ->Threads(8)                                                                                                   \
-        ->UseRealTime()
-CONTENDED(0, "readers");
-CONTENDED(1, "one writer in ten");
-CONTENDED(10, "writers");
-
-BENCHMARK(synchronizedList)->Name("push and pop/qeSLL");
-BENCHMARK(synchronizedRow)->Name("push and pop/qeSLL2");
-BENCHMARK(standardList)->Name("push and pop/forward_list under mutex");
+const bool areAdded = [] {
+    addUncontended<SpinFloor>("its spin lock alone");
+    addUncontended<StandardLock>("std::shared_mutex");
+#ifdef ZORCOMN_HAS_GLIB
+    addUncontended<GlibLock>("GRWLock");
+#else
+    addMissing("lock, one thread/exclusive/GRWLock", "libglib2.0-dev");
+#endif
+    addLists();
+    add("lock, hand-over/between two threads/two events", 31, [](benchmark::State &state) {
+        compareWork(
+            state, kHandOvers, [] {}, handOverByLock, handOverByEvents);
+    });
+    addContended<SpinFloor>("its spin lock alone");
+    addContended<StandardLock>("std::shared_mutex");
+    return isProcessReady;
+}();
 
 } // namespace

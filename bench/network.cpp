@@ -1,61 +1,75 @@
-// Enumerating the interfaces of a machine with 100 and with 1,000 addresses, beside the system's own list made into
-// texts. The counter ratio_to_100 says how many times the work for 100 addresses the work for 1,000 is: about ten.
-// Runs in a network namespace of its own, whose loopback interface carries the addresses; without root or the ip
-// command every case says why it is skipped.
+// Enumerating the interfaces of machines with many addresses and with many interfaces, beside the system's own list
+// made into texts. Runs in a network namespace of its own; without root or the ip command every case says why it is
+// skipped.
 
 #include "zorcomn/network.h"
 
+#include "bench/compare.h"
 #include "source/platform/posix.h"
-
-#include <benchmark/benchmark.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <string>
 
+#include <net/if.h>
 #include <netinet/in.h>
 #include <sched.h>
 
+#ifdef ZORCOMN_HAS_LIBUV
+#include <uv.h>
+#endif
+
 namespace {
 
+using namespace zor::bench;
 using velmora_com::vta::NetInterfaceList;
 
-bool enterNetwork() {
-    static const bool entered =
-        unshare(CLONE_NEWNET) == 0 && std::system("ip link set lo up 2>/dev/null") == 0; // once for the whole run
-    return entered;
-}
-
-/** Makes the loopback interface carry count addresses; they only ever become more. */
-bool haveAddresses(int64_t count) {
-    static int64_t present = 1; // 127.0.0.1
-    if (!enterNetwork())
+/** A network of this thread's own with so many addresses on its loopback interface. */
+bool makeAddresses(int64_t count) {
+    if (unshare(CLONE_NEWNET) != 0 || std::system("ip link set lo up 2>/dev/null") != 0)
         return false;
     const zor::Pipe commands(popen("ip -batch -", "w"));
     if (!commands)
         return false;
-    for (; present < count; ++present)
-        std::fprintf(commands.get(), "addr add 10.%d.%d.1/32 dev lo\n", static_cast<int>(present / 250),
-                     static_cast<int>(present % 250));
+    for (int64_t i = 1; i < count; ++i) // the first is 127.0.0.1
+        std::fprintf(commands.get(), "addr add 10.%d.%d.1/32 dev lo\n", static_cast<int>(i / 250),
+                     static_cast<int>(i % 250));
     return true;
 }
 
-size_t enumerate() {
+/** The same with so many interfaces, each with an address. */
+bool makeLinks(int64_t count) {
+    if (unshare(CLONE_NEWNET) != 0 || std::system("ip link set lo up 2>/dev/null") != 0)
+        return false;
+    const zor::Pipe commands(popen("ip -batch -", "w"));
+    if (!commands)
+        return false;
+    for (int64_t i = 1; i < count; ++i) { // the first is the loopback interface
+        std::fprintf(commands.get(), "link add br%d type bridge\n", static_cast<int>(i));
+        std::fprintf(commands.get(), "addr add 10.%d.%d.1/32 dev br%d\n", static_cast<int>(i / 250),
+                     static_cast<int>(i % 250), static_cast<int>(i));
+        std::fprintf(commands.get(), "link set br%d up\n", static_cast<int>(i));
+    }
+    return true;
+}
+
+int64_t enumerate() {
     NetInterfaceList list(true);
     list.initialize();
-    velmora_com::vta::NetInterface loopback;
-    list.getNetInterface(1, loopback);
-    return loopback.getIPAddress().size();
+    int64_t count = 0;
+    for (const unsigned int index : list.getIndexes())
+        for (const auto &address : list.getNetInterface(index).getIPAddress())
+            count += address.getIPFamily() == AF_INET;
+    return count;
 }
 
 /** The alternative: every address of the system's list as text, without masks, subnets and hardware addresses. */
-size_t listAddresses() {
+int64_t listAddresses() {
     ifaddrs *head = nullptr;
     if (getifaddrs(&head) != 0)
         return 0;
     const zor::InterfaceEntries entries(head);
-    size_t count = 0;
+    int64_t count = 0;
     for (const ifaddrs *entry = entries.get(); entry; entry = entry->ifa_next) {
         char text[NI_MAXHOST];
         if (entry->ifa_addr && entry->ifa_addr->sa_family == AF_INET &&
@@ -65,30 +79,44 @@ size_t listAddresses() {
     return count;
 }
 
-template <size_t (*read)()> void measure(benchmark::State &state) {
-    static double secondsForHundred = 0;
-    if (!haveAddresses(state.range(0))) {
-        state.SkipWithError("needs root, network namespaces and the ip command");
-        return;
+#ifdef ZORCOMN_HAS_LIBUV
+int64_t listByLibuv() {
+    uv_interface_address_t *addresses = nullptr;
+    int found = 0;
+    if (uv_interface_addresses(&addresses, &found) != 0)
+        return 0;
+    int64_t count = 0;
+    for (int i = 0; i < found; ++i) {
+        char text[64];
+        count += addresses[i].address.address4.sin_family == AF_INET &&
+                 uv_ip4_name(&addresses[i].address.address4, text, sizeof text) == 0;
     }
-    if (read() < static_cast<size_t>(state.range(0))) {
-        state.SkipWithError("not every address is there");
-        return;
-    }
-    const std::clock_t start = std::clock(); // processor time, which other work on the machine does not stretch
-    for (auto _ : state)
-        benchmark::DoNotOptimize(read());
-    const double seconds =
-        static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC / static_cast<double>(state.iterations());
-    if (state.range(0) == 100)
-        secondsForHundred = seconds;
-    else
-        state.counters["ratio_to_100"] = seconds / secondsForHundred;
+    uv_free_interface_addresses(addresses, found);
+    return count;
+}
+#endif
+
+void addCase(const std::string &name, bool (*make)(int64_t), int64_t count, int64_t (*other)()) {
+    add(name, count < 4096 ? 31 : 11, [=](benchmark::State &state) {
+        if (!make(count))
+            return state.SkipWithError("needs root, network namespaces and the ip command");
+        compareWork(
+            state, count, [] {}, enumerate, other);
+    });
 }
 
-BENCHMARK(measure<enumerate>)->Name("initialize")->Arg(100)->Unit(benchmark::kMicrosecond);
-BENCHMARK(measure<listAddresses>)->Name("getifaddrs+getnameinfo")->Arg(100)->Unit(benchmark::kMicrosecond);
-BENCHMARK(measure<enumerate>)->Name("initialize")->Arg(1000)->Unit(benchmark::kMicrosecond);
-BENCHMARK(measure<listAddresses>)->Name("getifaddrs+getnameinfo")->Arg(1000)->Unit(benchmark::kMicrosecond);
+const bool areAdded = [] {
+    addCase("interfaces/1,000 addresses/getifaddrs and getnameinfo", makeAddresses, 1000, listAddresses);
+#ifdef ZORCOMN_HAS_LIBUV
+    addCase("interfaces/1,000 addresses/libuv", makeAddresses, 1000, listByLibuv);
+#else
+    addMissing("interfaces/1,000 addresses/libuv", "libuv1-dev");
+#endif
+    for (const int64_t count : {64, 256, 1024, 4096})
+        addCase("growth/addresses/" + std::to_string(count), makeAddresses, count, listAddresses);
+    for (const int64_t count : {10, 50, 200, 1000})
+        addCase("growth/links/" + std::to_string(count), makeLinks, count, listAddresses);
+    return true;
+}();
 
 } // namespace

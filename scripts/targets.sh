@@ -15,7 +15,7 @@ if [[ -z $clang_version && $(id -u) == 0 ]] && command -v apt-get >/dev/null; th
 fi
 all_packages=(clang clang-format clang-tidy "libclang-rt-$clang_version-dev" llvm "libc++-$clang_version-dev" libbenchmark-dev
     googletest "g++-$(version_of g++)-multilib" g++-powerpc-linux-gnu qemu-user-static
-    abigail-tools doxygen dpkg-dev file graphviz librsvg2-bin lintian mmdebstrap xz-utils "${reporter_packages[@]}")
+    abigail-tools doxygen dpkg-dev file graphviz librsvg2-bin lintian mmdebstrap strace valgrind xz-utils "${reporter_packages[@]}")
 
 results=()  # rows "target|built|run|passed|skipped|failed"
 skips=()    # "target: test" for every test that was skipped
@@ -197,6 +197,20 @@ one_file() {
     "$program" --json | grep -q '"schema": 1'
 }
 
+# counts: instructions and system calls of representative operations are those recorded; the row says so where another
+# compiler or C library makes them incomparable.
+counts() {
+    local status=0
+    say '== instruction counts'
+    bench/counts >build/counts.log 2>&1 || status=$?
+    tail -n 20 build/counts.log >&2
+    case $status in
+    0) row 'instruction and system call counts' passed ;;
+    77) row 'instruction and system call counts (not compared)' skipped && skips+=("counts: $(tail -n 1 build/counts.log)") ;;
+    *) row 'instruction and system call counts' FAILED && failed=$((failed + 1)) ;;
+    esac
+}
+
 # few_skips TARGET: what emulation cannot do may be skipped, but no more than one test in twenty.
 few_skips() {
     local line name built run passed skipped bad
@@ -251,6 +265,7 @@ run_all() {
     build 'x86-64, g++, with benchmarks' build/test "${tests[@]}" -DZORCOMN_BENCH=ON &&
         suite 'x86-64, g++, with benchmarks' build/test
     step 'zorprops as one file' one_file
+    counts
     step 'binary interface as recorded' scripts/check_abi build/test/libzorcomn.so
     build 'x86-64, g++, as ./report builds it' build/release-tests "${tests[@]}" -DCMAKE_BUILD_TYPE=Release &&
         suite 'x86-64, g++, as ./report builds it' build/release-tests
