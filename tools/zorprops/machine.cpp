@@ -9,6 +9,7 @@
 #include "zorcomn/network.h"
 #include "zorcomn/session.h"
 #include "zorcomn/sysprops.h"
+#include "zorcomn/utilities.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -156,17 +157,69 @@ Texts collectorTexts(Source source) {
     return diskTexts(machine);
 }
 
+std::optional<std::wstring> computerName() {
+    std::string name;
+    return sysprops::getComputerName(name) ? sysprops::sysprops_ansi_to_wide(name) : sysprops::DefaultProp_Val;
+}
+
+/** None where it may be one that this question cuts. */
+std::optional<std::wstring> timeZone() {
+    constexpr size_t kLongest = 63; // bytes that it answers
+    setUpTimeZone();
+    std::wstring name;
+    return velmora_com::vta::zorcomn_gettimezone(name) && narrow(name).size() < kLongest
+               ? std::optional<std::wstring>(name)
+               : std::nullopt;
+}
+
+/** A property for which no record need be collected: the library tells it by itself. */
+struct Single {
+    const char *name;
+    std::optional<std::wstring> (*read)();
+    bool asksNobody; // who may not answer
+};
+
+using MaybeText = std::optional<std::wstring>;
+constexpr Single kSingles[] = {
+    {"OSType", [] { return MaybeText(sysprops::os_mac); }, true},
+    {"OSOEMId", [] { return MaybeText(sysprops::os_mac_oemid); }, true},
+    {"PlatformID", [] { return MaybeText(sysprops::platform_mac); }, true},
+    {"ComputerName", computerName, true},
+    {"DomainName", [] { return MaybeText(velmora_com::vta::getDomainName()); }, false},
+    {"IPHostName", [] { return MaybeText(velmora_com::vta::getFqdnAddress()); }, false},
+    {"IPXAddress", [] { return MaybeText(sysprops::DefaultProp_Val); }, true},
+    {"TimeZone", timeZone, false},
+};
+
+const Single *singleOf(const std::string &name) {
+    const auto *const found = std::find_if(std::begin(kSingles), std::end(kSingles),
+                                           [&](const Single &single) { return single.name == name; });
+    return found == std::end(kSingles) ? nullptr : found;
+}
+
+/** Whether a property by itself asks nobody who may not answer. */
+bool asksNobody(const Word *word) {
+    const Single *const single = singleOf(word->name);
+    return word->has(AtOnce) || isOfAnAddress(word->name) || (single && single->asksNobody);
+}
+
+/** What the query by name answers. */
+std::wstring queried(ISysProps &machine, const Word &word) {
+    if (word.source == Source::Users)
+        setUpTimeZone();
+    const std::wstring name = sysprops::sysprops_ansi_to_wide(word.name);
+    const bool isGrouped = name != sysprops::NumFileSystems_Key; // the one that it does not know
+    return isGrouped ? machine.GetOneSystemProperty(name) : machine.GetOneDiskProperty(name);
+}
+
 /** Some of a group's properties, each by itself: the library then asks for no more than they need. */
 Texts singleTexts(const std::vector<const Word *> &words) {
     ISysProps machine;
     Texts texts;
     for (const Word *word : words) {
-        if (word->source == Source::Users)
-            setUpTimeZone();
-        const std::wstring name = sysprops::sysprops_ansi_to_wide(word->name);
-        const bool isGrouped = name != sysprops::NumFileSystems_Key; // the one that the query by name does not know
-        const std::string value =
-            narrow(isGrouped ? machine.GetOneSystemProperty(name) : machine.GetOneDiskProperty(name));
+        const Single *const single = singleOf(word->name);
+        std::optional<std::wstring> told = single ? single->read() : std::nullopt;
+        const std::string value = narrow(told ? *told : queried(machine, *word));
         append(texts, {word->name, value});
         if (isOfAnAddress(word->name) && (value.empty() || value == "N/A") && !hasNoAddress())
             append(texts, {kUnread, word->name});
@@ -276,9 +329,10 @@ Texts textsOf(const Share &share) {
     return share.isWhole ? collectorTexts(share.source) : singleTexts(share.words);
 }
 
+/** Whether it is for a thread, which is waited for no longer than one has patience. */
 bool mayWait(const Share &share) {
-    return std::any_of(share.words.begin(), share.words.end(), [](const Word *word) { return !word->has(AtOnce); }) ||
-           share.words.empty();
+    const auto isQuick = [&](const Word *word) { return share.isWhole ? word->has(AtOnce) : asksNobody(word); };
+    return share.isSpare || share.words.empty() || !std::all_of(share.words.begin(), share.words.end(), isQuick);
 }
 
 /** Names what a collector that did not come to its end owes, unless it came another way. */
