@@ -5,7 +5,8 @@
 // round to round. bench/report.py makes the tables of docs/performance.md of the counters:
 //
 //     library_ns, other_ns     the shortest time of one item over all rounds, in nanoseconds
-//     library_cpu_ns, ...      the same in processor time of the whole process
+//     library_median_ns, ...   the median of the rounds'
+//     library_cpu_ns, ...      the shortest in processor time of the whole process
 //     ratio                    library over other in processor time, the median of the rounds'
 //     low, high                a tenth of the rounds has a ratio below low, a tenth one above high
 //     library_switches, ...    voluntary context switches for one item, where threads wait for each other
@@ -81,6 +82,7 @@ struct Rounds {
             return *std::min_element(values.begin(), values.end());
         };
         state.counters[name + "_ns"] = least(wall) * 1e9 / items;
+        state.counters[name + "_median_ns"] = quantile(wall, 0.5) * 1e9 / items;
         state.counters[name + "_cpu_ns"] = least(processor) * 1e9 / items;
         state.counters[name + "_switches"] = static_cast<double>(switches) / static_cast<double>(wall.size()) / items;
     }

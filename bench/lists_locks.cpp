@@ -101,7 +101,7 @@ struct Guarded {
     uint64_t first = 0, second = 0;
 };
 
-constexpr int64_t kHolds = 24000; // of all threads together; 64 and every number below it that is used divide it
+constexpr int64_t kHolds = 64 * 2000; // of all threads together
 
 /** Holds by so many threads at once, of which writers of every ten are exclusive. */
 template <class Lock> int64_t contend(int threads, int writers) {
@@ -147,8 +147,7 @@ template <class Other> void addContended(const std::string &other) {
             add("lock, threads/" + std::string(mix.name) + ", " + std::to_string(threads) + " threads/" + other, 11,
                 [=](benchmark::State &state) {
                     compareWork(
-                        state, kHolds / threads * threads, [] {},
-                        [=] { return contend<OurLock>(threads, mix.writers); },
+                        state, kHolds, [] {}, [=] { return contend<OurLock>(threads, mix.writers); },
                         [=] { return contend<Other>(threads, mix.writers); });
                 });
 }
