@@ -36,6 +36,15 @@ char *putNumber(char *next, long long value, std::ptrdiff_t width, char fill) {
     return std::copy(static_cast<const char *>(digits), end, next);
 }
 
+/** What printf makes of a number by "%02d". */
+char *putTwoDigits(char *next, long long value) {
+    if (value < 0 || value > 99)
+        return putNumber(next, value, 2, '0');
+    *next++ = static_cast<char>('0' + value / 10);
+    *next++ = static_cast<char>('0' + value % 10);
+    return next;
+}
+
 /** A stamp of any time at all, its separators put between the six numbers. */
 void putStamp(char (&stamp)[kLongestStamp + 1], const std::tm &time, char yearFill, const char *separators) {
     const long long others[] = {time.tm_mon + 1LL, time.tm_mday, time.tm_hour, time.tm_min, time.tm_sec};
@@ -43,7 +52,7 @@ void putStamp(char (&stamp)[kLongestStamp + 1], const std::tm &time, char yearFi
     for (const long long number : others) {
         if (*separators)
             *next++ = *separators++;
-        next = putNumber(next, number, 2, '0');
+        next = putTwoDigits(next, number);
     }
     *next = '\0';
 }
