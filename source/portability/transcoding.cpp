@@ -29,7 +29,9 @@ constexpr uint32_t kFirstSurrogate = 0xD800;
 constexpr uint32_t kLastSurrogate = 0xDFFF;
 constexpr uint32_t kLastCharacter = 0x10FFFF;
 
-constexpr ptrdiff_t kBlock = 16; // characters of ASCII that are copied at a time
+// Characters of ASCII that are copied at a time. Large blocks are for texts that are nothing else: between other
+// characters most would be looked at in vain.
+constexpr ptrdiff_t kBlock = 16, kLargeBlock = 32;
 
 /** Where a conversion has come to in either text. */
 template <class In, class Out> struct Place {
@@ -50,13 +52,13 @@ bool isAscii(wchar_t unit) {
 }
 
 /** Copies a block of ASCII, the same numbers in both encodings; false, and nothing, when something else is in it. */
-template <class In, class Out> bool copyAsciiBlock(const In *__restrict in, Out *__restrict out) {
+template <ptrdiff_t block, class In, class Out> bool copyAsciiBlock(const In *__restrict in, Out *__restrict out) {
     std::make_unsigned_t<In> bits = 0;
-    for (ptrdiff_t i = 0; i < kBlock; ++i)
+    for (ptrdiff_t i = 0; i < block; ++i)
         bits |= static_cast<std::make_unsigned_t<In>>(in[i]);
     if (bits > kLastAscii)
         return false;
-    for (ptrdiff_t i = 0; i < kBlock; ++i)
+    for (ptrdiff_t i = 0; i < block; ++i)
         out[i] = static_cast<Out>(in[i]);
     return true;
 }
@@ -64,10 +66,10 @@ template <class In, class Out> bool copyAsciiBlock(const In *__restrict in, Out 
 // The next three are inlined without fail: their callers keep both places in registers.
 
 /** Copies ASCII as long as it comes in whole blocks. */
-template <class In, class Out>
+template <ptrdiff_t block, class In, class Out>
 [[gnu::always_inline]] inline void copyAsciiBlocks(const In *&in, const In *end, Out *&out) {
-    for (; end - in >= kBlock && copyAsciiBlock(in, out); in += kBlock)
-        out += kBlock;
+    for (; end - in >= block && copyAsciiBlock<block>(in, out); in += block)
+        out += block;
 }
 
 /** Copies up to four ASCII characters; false when another unit or the terminator comes before the fourth. */
@@ -103,7 +105,7 @@ template <class In, class Out> [[gnu::always_inline]] inline bool copyFourAscii(
 template <class In, class Out> [[gnu::always_inline]] inline void copyAscii(const In *&in, const In *end, Out *&out) {
     if (!copyFourAscii(in, out))
         return;
-    copyAsciiBlocks(in, end, out);
+    copyAsciiBlocks<kBlock>(in, end, out);
     while (copyFourAscii(in, out)) {
     }
 }
@@ -117,7 +119,8 @@ char continuation(uint32_t bits) {
 Place<wchar_t, char> encodeWellFormed(const wchar_t *source, size_t length, char *destination) {
     const wchar_t *in = source, *const end = source + length;
     char *out = destination;
-    copyAsciiBlocks(in, end, out);
+    copyAsciiBlocks<kLargeBlock>(in, end, out);
+    copyAsciiBlocks<kBlock>(in, end, out);
     for (;; ++in) {
         copyAscii(in, end, out);
         const uint32_t value = static_cast<uint32_t>(*in); // NOLINT(bugprone-signed-char-misuse): no char
@@ -158,7 +161,8 @@ constexpr uint32_t kMaxContinuationBits = 0x3F;
 Place<unsigned char, wchar_t> decodeWellFormed(const unsigned char *source, size_t length, wchar_t *destination) {
     const unsigned char *in = source, *const end = source + length;
     wchar_t *out = destination;
-    copyAsciiBlocks(in, end, out);
+    copyAsciiBlocks<kLargeBlock>(in, end, out);
+    copyAsciiBlocks<kBlock>(in, end, out);
     for (;;) {
         copyAscii(in, end, out);
         unsigned char lead;
