@@ -152,62 +152,73 @@ template <class Other> void addContended(const std::string &other) {
                 });
 }
 
-constexpr int64_t kHandOvers = 2000;
+constexpr int64_t kHandOvers = 2000, kSleepyHandOvers = 100;
 
-/** Two threads that hand one lock to each other: each holds it until the other has queued. What is left is the way from
- * one's release to the other's hold. */
-struct OurHandOver {
-    OurHandOver() { qeSO_SELockCreate(&lock); }
-    ~OurHandOver() { qeSO_Release(lock); }
-    void take() { qeSO_SELockExclusive(lock, 1); }
-    void release() { qeSO_SELockRelease(lock); }
-    qeSELock *lock = nullptr;
-};
+/** A hold long enough for who waits to go to sleep; one switch by itself. */
+void holdForLong() {
+    timespec length = {};
+    length.tv_nsec = 500000;
+    nanosleep(&length, nullptr);
+}
 
-/** The same by an event for each thread, as the lock wakes who is next: one flag, one set, one wait, one reset. */
-int64_t handOverByEvents() {
-    const HANDLE turns[] = {qelCreateEvent(nullptr, 1, 1, nullptr), qelCreateEvent(nullptr, 1, 0, nullptr)};
-    const auto work = [&](int own) {
-        int64_t held = 0;
-        for (; held < kHandOvers / 2; ++held) {
-            qelWaitForSingleObject(turns[own], 0xFFFFFFFFu);
-            qelResetEvent(turns[own]);
-            qelSetEvent(turns[1 - own]);
-        }
-        return held;
-    };
+/** Runs half of the hand-overs in another thread. */
+template <class Work> int64_t inTwoThreads(Work work) {
     int64_t held = 0;
     std::thread other([&] { held = work(1); });
     const int64_t ownHeld = work(0);
     other.join();
-    for (const HANDLE event : turns)
-        qelCloseHandle(event);
     return held + ownHeld;
 }
 
-int64_t handOverByLock() {
-    OurHandOver lock;
+/** Two threads that hand one lock to each other: each holds it until the other has asked for it. What is left is the
+ * way from one's release to the other's hold. */
+int64_t handOverByLock(int64_t count, bool isLong) {
+    OurLock lock;
     std::atomic<int> asking{0}; // threads that are about to take it
     std::atomic<bool> isOver{false};
-    const auto work = [&] {
+    return inTwoThreads([&](int) {
         const AttachedThread attached;
         int64_t held = 0;
-        for (; held < kHandOvers / 2; ++held) {
+        for (; held < count / 2; ++held) {
             ++asking;
-            lock.take();
+            lock.takeExclusive();
             --asking;
             while (asking == 0 && !isOver)
                 std::this_thread::yield();
-            lock.release();
+            if (isLong)
+                holdForLong();
+            lock.releaseExclusive();
         }
         isOver = true;
         return held;
-    };
-    int64_t held = 0;
-    std::thread other([&] { held = work(); });
-    const int64_t ownHeld = work();
-    other.join();
-    return held + ownHeld;
+    });
+}
+
+/** The same by an event for each thread, as the lock wakes who is next: one wait, one reset, one set. */
+int64_t handOverByEvents(int64_t count, bool isLong) {
+    const HANDLE turns[] = {qelCreateEvent(nullptr, 1, 1, nullptr), qelCreateEvent(nullptr, 1, 0, nullptr)};
+    const int64_t held = inTwoThreads([&](int own) {
+        int64_t turn = 0;
+        for (; turn < count / 2; ++turn) {
+            qelWaitForSingleObject(turns[own], 0xFFFFFFFFu);
+            qelResetEvent(turns[own]);
+            if (isLong)
+                holdForLong();
+            qelSetEvent(turns[1 - own]);
+        }
+        return turn;
+    });
+    for (const HANDLE event : turns)
+        qelCloseHandle(event);
+    return held;
+}
+
+void addHandOver(const std::string &what, int64_t count, bool isLong, int rounds) {
+    add("lock, hand-over/" + what + "/two events", rounds, [=](benchmark::State &state) {
+        compareWork(
+            state, count, [] {}, [=] { return handOverByLock(count, isLong); },
+            [=] { return handOverByEvents(count, isLong); });
+    });
 }
 
 qeSELock *newLock() {
@@ -264,10 +275,8 @@ const bool areAdded = [] {
     addMissing("lock, one thread/exclusive/GRWLock", "libglib2.0-dev");
 #endif
     addLists();
-    add("lock, hand-over/between two threads/two events", 31, [](benchmark::State &state) {
-        compareWork(
-            state, kHandOvers, [] {}, handOverByLock, handOverByEvents);
-    });
+    addHandOver("to a thread that waits", kHandOvers, false, 31);
+    addHandOver("to a thread that sleeps, holds of half a millisecond", kSleepyHandOvers, true, 11);
     addContended<SpinFloor>("its spin lock alone");
     addContended<StandardLock>("std::shared_mutex");
     return isProcessReady;
