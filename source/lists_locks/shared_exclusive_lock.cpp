@@ -156,10 +156,10 @@ void abandon(void *argument) {
         admitSharedWaiters(lock);
 }
 
-/** Looks for the hand-over for a while. Holds are short as a rule, and going to sleep and being woken costs many times
- * as much; yielding lets the holder go on where it waits for this processor. */
+/** Looks for the hand-over for about as long as going to sleep and being woken takes. Holds are short as a rule, and
+ * yielding lets the holder go on where it waits for this processor. */
 void linger(const Waiting &waiting) {
-    constexpr int kLooks = 100;
+    constexpr int kLooks = 25;
     for (int look = 0; look < kLooks && isMarkedWaiting(waiting.record); ++look)
         sched_yield();
 }
