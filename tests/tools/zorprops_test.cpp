@@ -165,6 +165,17 @@ TEST(Get, EveryNameOfTheReport_IsAnswered) {
         EXPECT_EQ(values[name], report["properties"][name]) << name;
 }
 
+// By itself a name may be asked of another function of the library than the report asks.
+TEST(Get, EachNameByItself_IsAnsweredAsInTheReport) {
+    const Json report = jsonOf({"--json"});
+    for (const char *name : {"OSType", "OSOEMId", "PlatformID", "ComputerName", "DomainName", "IPHostName", "IPAddress",
+                             "SubnetMask", "SubnetAddress", "NETAddress", "IPXAddress", "TimeZone", "DefaultLangID"}) {
+        const Json value = report["properties"][name];
+        const int code = value == "N/A" || value == "" ? 3 : 0;
+        EXPECT_EQ(jsonOf({"get", "--json", name}, code)[name], value) << name;
+    }
+}
+
 TEST(Get, FigureOfAMountPoint_IsAnsweredByItsComposedName) {
     const Json report = jsonOf({"--json"});
     for (const auto &fileSystem : report["fileSystems"]) {
@@ -422,6 +433,24 @@ TEST_F(MadeUpMachine, HostNameThatIsNoUtf8_StopsNothing) {
         EXPECT_EQ(jsonOf({"--json"})["properties"]["ComputerName"], "ho"); // what converts of it
         EXPECT_EQ(runProgram({}).code, 0);
         EXPECT_EQ(runProgram({"get", "ComputerName"}).output, "ho\n");
+    }));
+}
+
+TEST_F(MadeUpMachine, Users_AreLookedUpOnlyWhenAskedFor) {
+    if (access("/bin/bash", X_OK) != 0)
+        GTEST_SKIP() << "needs another shell, to note that the first one is started";
+    EXPECT_TRUE(childPasses([] {
+        zor::test::PrivateMachine files;
+        files.place("/var/run/utmp", "");
+        files.placeScript("/usr/bin/dscl", "");
+        files.place("/bin/sh", "#!/bin/bash\necho started >> /mnt/shells\n", 0755);
+        zor::test::writeLoginRecords("/var/run/utmp", {userRecord("1", "zoe")});
+        ASSERT_TRUE(files.isReady());
+        for (const char *name : {"TimeZone", "ComputerName", "IPXAddress", "OSType"})
+            runProgram({"get", name});
+        EXPECT_EQ(zor::test::readFile("/mnt/shells"), "");
+        runProgram({"get", "UserName"});
+        EXPECT_NE(zor::test::readFile("/mnt/shells"), "");
     }));
 }
 

@@ -397,7 +397,7 @@ TEST(TextConversion, RandomTexts_TouchNothingBehindEitherBuffer) {
 
 TEST(TextConversion, EveryLengthAroundABlock_Converts) {
     MemoryAtTheEdge sources, destinations;
-    for (size_t before = 0; before < 40; ++before)
+    for (size_t before = 0; before < 70; ++before)
         for (size_t after = 0; after < 40; ++after) {
             const std::wstring wide = std::wstring(before, L'a') + L'\x20AC' + std::wstring(after, L'z');
             const std::string utf8 = std::string(before, 'a') + "\xE2\x82\xAC" + std::string(after, 'z');
