@@ -31,9 +31,11 @@ FLOORS = [
     ("seconds of UTC", "tzset twice, since callers see its effect", "0 with TZ set, else one look at the zone file each"),
     ("search: an entry", "its facts; the folder is read 32 KiB at a time", "1"),
     ("file: copy", "512 bytes at a time through a buffer on either side", "2 for each 128 KiB, and the folders'"),
+    ("`zorprops --json`", "to be loaded and ended, 1.3 of `true`; a thread that can be left behind, 0.2; the kernel's tables, the "
+     "C library's look-up of names, the text", "see above"),
     ("folders: make", "mkdir for each, whether or not it is there", "1 each"),
     ("enumeration of addresses", "the kernel's two lists; one socket for each family",
-     "none for an address: two requests and a read for each 8 to 32 KiB of answers"),
+     "none for an address: two requests and a read for each part of the answers"),
 ]
 
 WAITING = ("lock, threads", "lock, hand-over")  # groups of cases whose threads wait for each other
@@ -151,6 +153,15 @@ def growth(cases, docs):
     return lines + [""] + pictures
 
 
+def calls_by_addresses(calls):
+    rows = [(int(name.split()[1]), made) for name, made in calls.items() if name.startswith("addresses ") and made]
+    if not rows:
+        return []
+    return ["| addresses | system calls of `zorprops interfaces --loopback` |", "|---|---|",
+            *(f"| {number:,} | {made} |" for number, made in rows), "",
+            "The kernel's answer is read some fifty addresses at a time; there is no call for an address.", ""]
+
+
 def threads(cases, docs):
     series = {}
     for case in cases:
@@ -221,7 +232,7 @@ def main():
             text += ["", *waiting_table(waiting)]
     if left_out:
         text += ["", "Left out:", "", *(f"- {case['name']}: {case['error_message']}" for case in left_out)]
-    text += ["", "## Growth", "", *growth(measured, docs), *threads(measured, docs)]
+    text += ["", "## Growth", "", *growth(measured, docs), "", *calls_by_addresses(calls), *threads(measured, docs)]
     text += ["", "## Floors", "", "What the steps of an operation force, as counted below with callgrind and strace.", "",
              "| operation | what it cannot be without | system calls |", "|---|---|---|",
              *(f"| {' | '.join(row)} |" for row in FLOORS)]
