@@ -101,7 +101,7 @@ struct Guarded {
     uint64_t first = 0, second = 0;
 };
 
-constexpr int64_t kHolds = 64 * 2000; // of all threads together
+constexpr int64_t kHolds = 64 * 500; // of all threads together
 
 /** Holds by so many threads at once, of which writers of every ten are exclusive. */
 template <class Lock> int64_t contend(int threads, int writers) {
@@ -144,7 +144,7 @@ template <class Other> void addContended(const std::string &other) {
     } kMixes[] = {{"readers", 0}, {"one writer in ten", 1}, {"writers", 10}};
     for (const auto &mix : kMixes)
         for (const int threads : {1, 2, 4, 8, 16, 32, 64})
-            add("lock, threads/" + std::string(mix.name) + ", " + std::to_string(threads) + " threads/" + other, 11,
+            add("lock, threads/" + std::string(mix.name) + ", " + std::to_string(threads) + " threads/" + other, 7,
                 [=](benchmark::State &state) {
                     compareWork(
                         state, kHolds, [] {}, [=] { return contend<OurLock>(threads, mix.writers); },
@@ -183,7 +183,7 @@ int64_t handOverByLock(int64_t count, bool isLong) {
             ++asking;
             lock.takeExclusive();
             --asking;
-            while (asking == 0 && !isOver)
+            while (!isLong && asking == 0 && !isOver)
                 std::this_thread::yield();
             if (isLong)
                 holdForLong();

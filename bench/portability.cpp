@@ -259,7 +259,7 @@ void addSearches() {
             [&] { return searchByHand(folder.path()); });
     });
     for (const int64_t count : {1000, 10000, 100000, 1000000})
-        add("growth/directory entries/" + std::to_string(count), count < 100000 ? 9 : 3, [=](benchmark::State &state) {
+        add("growth/directory entries/" + std::to_string(count), count < 100000 ? 9 : 2, [=](benchmark::State &state) {
             const zor::test::TemporaryFolder folder;
             makeFiles(folder.path(), count);
             compareWork(

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Writes docs/performance.md and its plots of what bench/run measured.
 
 report.py RESULTS COUNTS DOCS: the folder with Google Benchmark's JSON and calls.txt, the file that bench/counts
