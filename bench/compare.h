@@ -127,7 +127,7 @@ void compareWork(benchmark::State &state, int64_t items, Prepare prepare, Librar
 }
 
 /** As many calls as take this long make a batch. */
-constexpr double kBatchSeconds = 1e-3;
+constexpr double kBatchSeconds = 5e-4;
 
 template <class Call> int64_t callsInBatch(Call call) {
     for (int64_t calls = 1;; calls *= 2) {
@@ -161,7 +161,7 @@ template <class Run> void add(const std::string &name, int rounds, Run run) {
 
 /** Registers a comparison of short calls. */
 template <class Library, class Other> void addCalls(const std::string &name, Library library, Other other) {
-    add(name, 51, [=](benchmark::State &state) { compareCalls(state, library, other); });
+    add(name, 31, [=](benchmark::State &state) { compareCalls(state, library, other); });
 }
 
 /** A case whose peer is not installed. */
