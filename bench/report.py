@@ -98,18 +98,18 @@ def peer_table(cases):
     return lines
 
 
-def program_table(cases, calls):
+def program_table(cases, calls, peaks):
     lines = ["| command | wall | processor | beside `true` | median (tenth to nine tenths) | most memory | system calls |",
              "|---|---|---|---|---|---|---|"]
     for case in cases:
         name = case["name"].split("/")[1]
         lines.append(
             f"| `{name}` | {duration(case['library_ns'])} | {duration(case['library_cpu_ns'])} | {ratio(case):.2f} "
-            f"| {case['ratio']:.2f} ({case['low']:.2f} to {case['high']:.2f}) | {case['library_KiB'] / 1024:.1f} MiB "
+            f"| {case['ratio']:.2f} ({case['low']:.2f} to {case['high']:.2f}) | {peaks.get(name, '-')} "
             f"| {calls.get(name, '-')} |")
     first = cases[0]
     lines.append(f"| `true` | {duration(first['other_ns'])} | {duration(first['other_cpu_ns'])} | 1 | 1 "
-                 f"| {first['other_KiB'] / 1024:.1f} MiB | {calls.get('true', '-')} |")
+                 f"| {peaks.get('true', '-')} | {calls.get('true', '-')} |")
     return lines
 
 
@@ -196,7 +196,9 @@ def main():
     context, cases = read_cases(results)
     measured = [case for case in cases if not case.get("error_occurred")]
     left_out = [case for case in cases if case.get("error_occurred")]
-    calls = dict(line.split("|") for line in (results / "calls.txt").read_text().splitlines())
+    rows = [line.split("|") for line in (results / "calls.txt").read_text().splitlines()]
+    calls = {name: made for name, made, _ in rows}
+    peaks = {name: f"{int(peak) / 1024:.1f} MiB" for name, _, peak in rows if peak}
     toolchain, counted = counts_table(counts)
 
     text = [
@@ -213,7 +215,7 @@ def main():
         "",
         "`zorprops` as one file, as `./report` builds it, from start to end, beside a program that does nothing.",
         "",
-        *program_table([case for case in measured if case["name"].startswith("whole programs/")], calls),
+        *program_table([case for case in measured if case["name"].startswith("whole programs/")], calls, peaks),
         "",
         "## Beside what people would use instead",
     ]

@@ -7,7 +7,6 @@
 
 #include "bench/compare.h"
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -49,11 +48,9 @@ public:
         spent.processor = seconds(used.ru_utime) + seconds(used.ru_stime);
         spent.switches = used.ru_nvcsw;
         rounds.add(spent);
-        peakKiB = std::max(peakKiB, used.ru_maxrss);
         return status == 0;
     }
     Rounds rounds;
-    long peakKiB = 0;
 
 private:
     std::vector<std::string> m_command;
@@ -70,8 +67,6 @@ void besideTrue(benchmark::State &state, std::vector<std::string> arguments) {
         state.SetIterationTime(program.rounds.wall.back());
     }
     tell(state, program.rounds, nothing.rounds, 1);
-    state.counters["library_KiB"] = static_cast<double>(program.peakKiB);
-    state.counters["other_KiB"] = static_cast<double>(nothing.peakKiB);
 }
 
 const bool areAdded = [] {
