@@ -116,10 +116,14 @@ size_t widthOf(const std::string &text) {
 std::vector<std::string> wrapped(const std::string &text, size_t columns) {
     std::vector<std::string> lines;
     size_t begin = 0;
-    while (columns > 0 && fittingLength(text, begin, columns) < text.size() - begin) {
+    while (columns > 0) {
         const size_t length = fittingLength(text, begin, columns);
-        const size_t blank = text.rfind(' ', begin + length);
-        const bool hasBlank = blank != std::string::npos && blank > begin;
+        if (length == text.size() - begin)
+            break;
+        size_t blank = begin + length;
+        while (blank > begin && text[blank] != ' ')
+            --blank;
+        const bool hasBlank = blank > begin;
         lines.push_back(text.substr(begin, hasBlank ? blank - begin : length));
         begin = hasBlank ? blank + 1 : begin + length;
     }
@@ -176,8 +180,10 @@ std::string Table::stacked(const std::string &indent, size_t columns) const {
     for (const auto &row : m_rows)
         for (size_t i = 0; i < row.size(); ++i) {
             const std::string before = indent + (i == 0 ? "" : "  ");
-            for (const std::string &part : wrapped(row[i], std::max(columns, before.size() + 1) - before.size()))
-                lines += part.empty() ? "" : before + part + '\n';
+            for (const std::string &part : wrapped(row[i], std::max(columns, before.size() + 1) - before.size())) {
+                const size_t end = part.find_last_not_of(' ') + 1;
+                lines += end == 0 ? "" : before + part.substr(0, end) + '\n';
+            }
         }
     return lines;
 }

@@ -77,14 +77,15 @@ std::vector<Change> changesBetween(const Snapshot &before, const Snapshot &after
     const std::map<std::string, std::string> old(before.values.begin(), before.values.end()),
         present(after.values.begin(), after.values.end());
     std::vector<Change> changes;
+    std::set<std::string> told; // a report from elsewhere may have a name twice: the first counts
     for (const auto &[name, text] : before.values)
-        if (isCompared(name)) {
+        if (isCompared(name) && told.insert(name).second) {
             const auto found = present.find(name);
             if (found == present.end() || found->second != text)
                 changes.push_back({name, text, found == present.end() ? "" : found->second});
         }
     for (const auto &[name, text] : after.values)
-        if (isCompared(name) && old.count(name) == 0)
+        if (isCompared(name) && old.count(name) == 0 && told.insert(name).second)
             changes.push_back({name, "", text});
     return changes;
 }

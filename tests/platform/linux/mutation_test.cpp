@@ -1,6 +1,6 @@
 // Damages good inputs in many ways, the same ways on each run, and looks whether a reader breaks a rule.
 
-#include "tests/fuzz/rules.h"
+#include "tests/fuzz/readers.h"
 #include "tests/support/version_list.h"
 
 #include <algorithm>
@@ -61,7 +61,7 @@ TEST(Mutations, PropertyList_BreaksNoRule) {
                      "<plist>",   " ",       "\n",    "\xC3",   "\xEF\xBB\xBF"});
     for (int i = 0; i < kMutations; ++i) {
         const std::string text = mutator.next();
-        const char *rule = zor::test::brokenPropertyListRule(text);
+        const char *rule = zor::test::readers::property_list(text);
         ASSERT_EQ(rule, nullptr) << rule << "\n" << text;
     }
 }
@@ -79,7 +79,7 @@ TEST(Mutations, MountTable_BreaksNoRule) {
         {" ", "\n", "\\", "\\040", "\\000", "-", " - ", "/", "1", "27", ":", "0:21", "ext4", "nfs", "overlay"});
     for (int i = 0; i < kMutations; ++i) {
         const std::string text = mutator.next();
-        const char *rule = zor::test::brokenMountTableRule(text);
+        const char *rule = zor::test::readers::mount_table(text);
         ASSERT_EQ(rule, nullptr) << rule << "\n" << text;
     }
 }

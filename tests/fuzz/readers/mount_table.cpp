@@ -1,20 +1,17 @@
-#include "tests/fuzz/rules.h"
+// The kernel's table of mounts.
 
-#include "source/platform/host.h"
+#include "tests/fuzz/readers.h"
+
 #include "source/platform/linux/mount_table.h"
 
 #include <cstdio>
 #include <set>
 
-namespace zor::test {
+namespace zor::test::readers {
 
 namespace {
 
 using host::Mount;
-
-std::optional<std::vector<std::optional<std::string>>> lookUp(const std::string &bytes) {
-    return host::lookUpInPropertyList(bytes, {"ProductVersion", "ProductBuildVersion"});
-}
 
 std::string escaped(const std::string &text) {
     std::string result;
@@ -100,27 +97,7 @@ bool isReachedStepByStep(const std::vector<Mount> &mounts, const Mount &wanted) 
 
 } // namespace
 
-const char *brokenPropertyListRule(const std::string &bytes) {
-    const auto texts = lookUp(bytes);
-    if (!texts)
-        return nullptr;
-    if (texts->size() != 2)
-        return "every key has an answer";
-    if (lookUp(bytes + " \n<!-- end -->") != texts)
-        return "white space and comments may follow";
-    if (lookUp(bytes + "x") || lookUp(bytes + "<dict/>") || lookUp(bytes + "<?after all?>"))
-        return "nothing else may follow";
-    if (lookUp(bytes.substr(0, bytes.rfind("</"))) && bytes.find("</") != std::string::npos &&
-        bytes.find("-->", bytes.rfind("</")) == std::string::npos &&
-        bytes.find("?>", bytes.rfind("</")) == std::string::npos)
-        return "the last end tag is needed";
-    for (const auto &text : *texts)
-        if (text && text->find('\0') != std::string::npos)
-            return "no text holds a null byte";
-    return nullptr;
-}
-
-const char *brokenMountTableRule(const std::string &bytes) {
+const char *mount_table(const std::string &bytes) {
     const std::vector<Mount> mounts = host::parseMountTable(bytes);
     for (const Mount &mount : mounts)
         if (mount.mountPoint.empty() || mount.mountPoint.front() != '/' ||
@@ -154,4 +131,4 @@ const char *brokenMountTableRule(const std::string &bytes) {
     return nullptr;
 }
 
-} // namespace zor::test
+} // namespace zor::test::readers
