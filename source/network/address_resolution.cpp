@@ -5,6 +5,7 @@
 #include "source/network/scoped_address.h"
 #include "source/network/socket_address.h"
 #include "source/platform/posix.h"
+#include "source/portability/text_search.h"
 
 #include <memory>
 #include <new>
@@ -109,7 +110,7 @@ void ANetworkUtil::zorFreeAddrinfo(std::vector<char *> &list) {
 
 int ANetworkUtil::zorCompareAddressFromPeerAddress(std::string name, std::string service, std::string peer) {
     // Kept: a name that is part of the peer's text belongs to it, also the empty one.
-    if (peer.find(name) != std::string::npos)
+    if (zor::findText(peer.data(), peer.size(), name.data(), name.size()))
         return 1;
     const zor::UncancellableScope uncancellable;
     return zor::guarded(0, [&] {

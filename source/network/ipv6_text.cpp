@@ -19,15 +19,11 @@ namespace {
 constexpr char kLiteralSuffix[] = ".ipv6-literal.net";
 constexpr int kSeparatorsOfFullAddress = 7;
 
-/** Takes the text before the first ':' off a text that has one, and the ':' with it. */
-std::string takeGroup(std::string &groups) {
-    const size_t colon = groups.find(':');
-    std::string group = groups.substr(0, colon);
-    groups.erase(0, colon + 1);
-    return group;
-}
-
-unsigned long groupValue(const std::string &group) {
+/** The value of the group that begins at a place, which moves behind the group and its ':'. */
+unsigned long takeGroup(const std::string &groups, size_t &place) {
+    const size_t end = std::min(groups.find(':', place), groups.size());
+    const std::string group = groups.substr(place, end - place);
+    place = end + 1;
     return std::strtoul(group.c_str(), nullptr, 16);
 }
 
@@ -96,14 +92,12 @@ std::string expandedAddress(const std::string &address) {
     return expanded;
 }
 
-std::string subnetOf(std::string addressGroups, std::string maskGroups) {
-    if (addressGroups.empty() || maskGroups.empty())
+std::string subnetOf(const std::string &address, const std::string &mask) {
+    if (address.empty() || mask.empty())
         return {};
-    addressGroups += ':';
-    maskGroups += ':';
     std::string subnet;
-    while (addressGroups.find(':') != std::string::npos && maskGroups.find(':') != std::string::npos)
-        subnet += lowerHex(groupValue(takeGroup(addressGroups)) & groupValue(takeGroup(maskGroups))) + ':';
+    for (size_t inAddress = 0, inMask = 0; inAddress <= address.size() && inMask <= mask.size();)
+        subnet += lowerHex(takeGroup(address, inAddress) & takeGroup(mask, inMask)) + ':';
     subnet.pop_back();
     return subnet;
 }

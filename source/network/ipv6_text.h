@@ -17,6 +17,6 @@ std::string withoutScope(const std::string &address);
 std::string expandedAddress(const std::string &address);
 
 /** calculateSubNetAddrForV6. */
-std::string subnetOf(std::string addressGroups, std::string maskGroups);
+std::string subnetOf(const std::string &address, const std::string &mask);
 
 } // namespace zor

@@ -1,8 +1,11 @@
 // The wildcard matcher of the directory search, with rules of its own. The pattern is taken as runs of plain characters
 // between stars, and each run is placed at its earliest fit, which leaves the most of the name to the runs after it; so
-// no choice is ever taken back, and the cost stays within pattern length times name length without any recursion.
+// no choice is ever taken back, and there is no recursion. The cost is that of reading both once; only a run with '?'
+// in it may cost its length for each place that is tried.
 
 #include "zorcomn/portability.h"
+
+#include "source/portability/text_search.h"
 
 #include <cstring>
 
@@ -15,6 +18,16 @@ bool fitsAt(const char *run, size_t length, const char *name) {
             return false;
     }
     return true;
+}
+
+/** The first place at which a run fits, not at the end itself; null for none. */
+const char *firstFit(const char *run, size_t length, const char *rest, const char *end) {
+    if (!std::memchr(run, '?', length))
+        return zor::findText(rest, static_cast<size_t>(end - rest), run, length);
+    for (; rest != end; ++rest)
+        if (fitsAt(run, length, rest))
+            return rest;
+    return nullptr;
 }
 
 // Kept: a pattern matches every name that begins with what it matches; callers ask for prefixes that way.
@@ -30,10 +43,9 @@ bool matches(const char *pattern, const char *name) {
     while (*star != '\0' && rest != end) {
         const char *const run = star + 1;
         length = std::strcspn(run, "*");
-        while (!fitsAt(run, length, rest)) {
-            if (++rest == end)
-                return false;
-        }
+        rest = firstFit(run, length, rest, end);
+        if (!rest)
+            return false;
         star = run + length;
         // The one case in which a later fit beats the earliest: the run ends the name, and a star follows it.
         if (*star != '\0' && length > 0 && fitsAt(run, length, end - length))

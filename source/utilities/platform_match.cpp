@@ -4,6 +4,7 @@
 
 #include "source/platform/posix.h"
 #include "source/portability/error_cell.h"
+#include "source/utilities/platform_names.h"
 
 #include <algorithm>
 #include <array>
@@ -71,6 +72,7 @@ uint32_t match(std::string current, std::string list) {
         readVersion(numbers, currentVersion);
     const uint64_t value = valueOf(currentVersion);
 
+    const zor::PlatformNames names(current.c_str(), list); // up to the version
     uint32_t result = zor::kFailure;
     // Kept: set once; a range without a high part, or with fewer numbers, goes on with those of the ranges before it.
     Version low{0, 0, 0};
@@ -78,7 +80,7 @@ uint32_t match(std::string current, std::string list) {
     char *rest = nullptr;
     for (char *name = qelTstrtok_r(list.data(), "|", &rest); name; name = qelTstrtok_r(nullptr, "|", &rest)) {
         const char *range = splitAtColon(name);
-        if (!std::strstr(current.data(), name)) // Kept: MAC names MACX too
+        if (!names.occurs(name)) // Kept: MAC names MACX too
             continue;
         if (!range)
             return kMatch;

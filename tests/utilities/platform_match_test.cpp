@@ -1,7 +1,9 @@
 #include "zorcomn/utilities.h"
 
 #include "tests/support/failing_calls.h"
+#include "tests/support/test_seed.h"
 
+#include <random>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -176,6 +178,25 @@ TEST(PlatformMatch, NoMemory_IsRefusedAndThrowsNothing) {
 TEST(PlatformMatch, Null_IsRefused) {
     EXPECT_EQ(qelcomn_IsPlatformMatch(nullptr, "MAC"), kNoMatch);
     EXPECT_EQ(qelcomn_IsPlatformMatch("MACX", nullptr), kNoMatch);
+}
+
+TEST(PlatformMatch, LongList_FindsTheSameNamesAsAShortOne) {
+    std::mt19937 random(zor::test::seedOfThisRun());
+    for (int round = 0; round < 200; ++round) {
+        std::string platform, list;
+        for (size_t i = random() % 60; i > 0; --i)
+            platform += "abc"[random() % 3];
+        std::string name;
+        for (size_t i = random() % 8; i > 0; --i)
+            name += "abc"[random() % 3];
+        const std::string filling = "no such name|";
+        for (size_t size = random() % 2 ? 0 : 70000; list.size() < size;)
+            list += filling;
+        const bool isThere = !name.empty() && platform.find(name) != std::string::npos;
+        const std::string whole = list + "abcabcabcd|bcabd|" + name + "|aacd";
+        EXPECT_EQ(qelcomn_IsPlatformMatch(platform.c_str(), whole.c_str()), isThere ? 0u : 0x80000008u)
+            << name << " in " << platform;
+    }
 }
 
 } // namespace
