@@ -7,8 +7,8 @@
 // the forking thread itself holds it, and what a process remembers about itself is forgotten. For that to be enough, a
 // table is changed by single stores, so that it is whole at every instant.
 //
-// The C library has locks of its own behind some calls (rand, localtime_r, setenv, dlopen) that no child gets back.
-// Those calls are made under a ForkDelay, for which forks do wait, for half a second at most.
+// The C library has locks of its own behind some calls (rand, localtime_r, setenv, dlopen, iconv_open) that no child
+// gets back. Those calls are made under a ForkDelay, for which forks do wait, for half a second at most.
 //
 // One line beside a process-wide mutex registers it, when the library is loaded and not on first use:
 //

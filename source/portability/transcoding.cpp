@@ -8,6 +8,7 @@
 
 #include "source/portability/transcoding.h"
 
+#include "source/platform/fork.h"
 #include "source/platform/host.h"
 #include "source/platform/posix.h"
 
@@ -210,6 +211,7 @@ template <class In, class Out>
 [[gnu::noinline]] std::optional<size_t> convertRest(const char *to, const char *from, const In *rest, size_t length,
                                                     Out *destination, size_t room) {
     const UncancellableScope uncancellable; // a converter may be a file that is read
+    const ForkDelay delay;                  // and the system keeps its list under a lock
     const Converter converter(iconv_open(to, from));
     if (!converter)
         return std::nullopt;

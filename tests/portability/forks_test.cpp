@@ -116,6 +116,10 @@ void tellTime() {
     EXPECT_GE(time.year, 1970u);
 }
 
+void convertInvalidText() {
+    EXPECT_EQ(velmora_com::vta::qelcomn_ansi_to_wide("abc\xFF"), L"abc"); // opens a converter
+}
+
 /** Another thread in the middle of an operation: right after the nth mutex that it locks there. */
 class StoppedThread {
 public:
@@ -369,8 +373,9 @@ TEST(Forks, ChildrenOfABusyProcess_Work) {
     if (kHasAddressSanitizer)
         GTEST_SKIP() << "the sanitizer's allocator may be locked for good in a child";
     EXPECT_TRUE(childPasses([] {
-        const std::vector<void (*)()> operations{log,          loadAndFree, increment,     exchange,   insert,  search,
-                                                 freeStranger, convertUtc,  allocateIndex, createGuid, tellTime};
+        const std::vector<void (*)()> operations{log,           loadAndFree, increment,    exchange,
+                                                 insert,        search,      freeStranger, convertUtc,
+                                                 allocateIndex, createGuid,  tellTime,     convertInvalidText};
         std::atomic<bool> isOver{false};
         std::vector<std::thread> others;
         for (const auto operation : operations) {
