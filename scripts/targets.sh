@@ -259,6 +259,8 @@ run_all() {
 
     build 'x86-64, g++, with benchmarks' build/test "${tests[@]}" -DZORCOMN_BENCH=ON &&
         suite 'x86-64, g++, with benchmarks' build/test
+    counted 'everything at once, 20 seconds' build/soak build/test/tests/soak/soak 20
+    counted 'fuzzing, 20 seconds each' build/fuzzing scripts/fuzz 20
     step 'zorprops as one file' one_file
     counts
     step 'binary interface as recorded' scripts/check_abi build/test/libzorcomn.so
