@@ -8,11 +8,21 @@
 #include <algorithm>
 #include <filesystem>
 #include <map>
+#include <ostream>
 #include <random>
 #include <set>
 #include <vector>
 
 #include <gtest/gtest.h>
+
+namespace zor::test {
+
+/** How a test is listed. */
+static void PrintTo(const Reader &reader, std::ostream *out) {
+    *out << reader.name;
+}
+
+} // namespace zor::test
 
 namespace {
 
