@@ -14,6 +14,7 @@ run_deep() {
     for release in trixie sid; do
         step "both commands on Debian $release" scripts/try-debian "$release"
     done
+    counted 'mutation: 300 changes' build/deep/mutation scripts/mutate 300
     print_table
     [[ $failed == 0 ]]
 }

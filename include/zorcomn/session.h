@@ -100,8 +100,8 @@ ZORCOMN_API bool FindDomainNameViaDscl(const std::string &user, std::string attr
  * @param networkUsers  [in, out] entries `domain\user` in lower case are added, one per domain of a user.
  * @param localUsers    [in, out] user names in lower case are added, unless networkOnly.
  * @param networkOnly   leaves local users out; network users are collected either way.
- * Error cell: untouched; errno = ENOMEM when memory did not suffice for every user, else untouched.
- * Threads: safe on different sets.  Owns: nothing.
+ * Error cell: untouched; errno = ENOMEM when memory did not suffice for every user, or the login database holds more
+ * than 100,000 records and so has no end; else untouched. Threads: safe on different sets.  Owns: nothing.
  */
 ZORCOMN_API void CollectLoggedonUsers(std::set<std::wstring> &networkUsers, std::set<std::wstring> &localUsers,
                                       bool networkOnly);

@@ -25,29 +25,29 @@ namespace zor {
 
 namespace {
 
-bool hasOwner(const qeSELock &lock) {
+bool hasOwner(const qeSELock &lock) ZORCOMN_REQUIRES(lock.spinLock) {
     return lock.owner != noThread();
 }
 
 /** A thread without a token owns nothing, though its token equals the owner of a lock that has none. */
-bool isOwnedBy(const qeSELock &lock, HANDLE token) {
+bool isOwnedBy(const qeSELock &lock, HANDLE token) ZORCOMN_REQUIRES(lock.spinLock) {
     return hasOwner(lock) && lock.owner == token;
 }
 
-bool mayTakeExclusively(const qeSELock &lock, HANDLE token) {
+bool mayTakeExclusively(const qeSELock &lock, HANDLE token) ZORCOMN_REQUIRES(lock.spinLock) {
     return lock.count == 0 || isOwnedBy(lock, token);
 }
 
 // Kept: waiting exclusive requests do not count, so a stream of readers keeps writers out.
-bool mayShareStarvingExclusive(const qeSELock &lock, HANDLE token) {
+bool mayShareStarvingExclusive(const qeSELock &lock, HANDLE token) ZORCOMN_REQUIRES(lock.spinLock) {
     return !hasOwner(lock) || isOwnedBy(lock, token);
 }
 
-bool mayShareWaitingForExclusive(const qeSELock &lock, HANDLE token) {
+bool mayShareWaitingForExclusive(const qeSELock &lock, HANDLE token) ZORCOMN_REQUIRES(lock.spinLock) {
     return lock.count == 0 || isOwnedBy(lock, token) || (!hasOwner(lock) && !lock.exclusiveWaiters);
 }
 
-void takeAs(qeSELock &lock, HANDLE token, LockState state) {
+void takeAs(qeSELock &lock, HANDLE token, LockState state) ZORCOMN_REQUIRES(lock.spinLock) {
     ++lock.count;
     if (!hasOwner(lock)) {
         lock.owner = token;
@@ -56,11 +56,11 @@ void takeAs(qeSELock &lock, HANDLE token, LockState state) {
     lock.lastProcessId = host::processId();
 }
 
-void takeExclusively(qeSELock &lock, HANDLE token) {
+void takeExclusively(qeSELock &lock, HANDLE token) ZORCOMN_REQUIRES(lock.spinLock) {
     takeAs(lock, token, kLockTaken);
 }
 
-void takeShared(qeSELock &lock, HANDLE) {
+void takeShared(qeSELock &lock, HANDLE) ZORCOMN_REQUIRES(lock.spinLock) {
     ++lock.count;
 }
 
@@ -80,7 +80,7 @@ void wake(WaitRecord &waiter) {
     qelSetEvent(waiter.token);
 }
 
-void handTo(WaitRecord &waiter, qeSELock &lock) {
+void handTo(WaitRecord &waiter, qeSELock &lock) ZORCOMN_REQUIRES(lock.spinLock) {
     lock.count = 1;
     lock.owner = waiter.token;
     lock.state = kLockHandedOver;
@@ -88,7 +88,7 @@ void handTo(WaitRecord &waiter, qeSELock &lock) {
     wake(waiter);
 }
 
-void admitSharedWaiters(qeSELock &lock) {
+void admitSharedWaiters(qeSELock &lock) ZORCOMN_REQUIRES(lock.spinLock) {
     while (WaitRecord *waiter = popWaiter(lock.sharedWaiters)) {
         ++lock.count;
         wake(*waiter);
@@ -106,7 +106,7 @@ uint32_t tell(const NotifyRegistration &registration, uint32_t event) {
 }
 
 // Kept: callbacks run under the spin lock, and the first one that returns 0 is the last one called.
-void notifyThatFree(qeSELock &lock) {
+void notifyThatFree(qeSELock &lock) ZORCOMN_REQUIRES(lock.spinLock) {
     for (qeLLNode **link = &lock.registrations; *link; link = &(*link)->next) {
         NotifyRegistration &registration = registrationAt(*link);
         if (tell(registration, kLockIsFree) != 0)
@@ -117,7 +117,7 @@ void notifyThatFree(qeSELock &lock) {
     }
 }
 
-void releaseHold(qeSELock &lock) {
+void releaseHold(qeSELock &lock) ZORCOMN_REQUIRES(lock.spinLock) {
     if (lock.count == 0 || --lock.count > 0)
         return;
     lock.owner = noThread();
@@ -219,7 +219,8 @@ int32_t acquire(qeSELock *lock, const Policy &policy, int32_t wait) {
 
 using namespace zor;
 
-uint32_t qeSO_SELockCreate(qeSELock **lock) {
+// Not checked: nobody else knows the new lock yet.
+ZORCOMN_UNCHECKED_LOCKING uint32_t qeSO_SELockCreate(qeSELock **lock) {
     if (!lock)
         return kFailure;
     *lock = new (std::nothrow) qeSELock();

@@ -6,6 +6,8 @@
 
 #include "zorcomn/lists_locks.h"
 
+#include "source/lists_locks/spin_lock.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -13,14 +15,16 @@
 
 /** Fields in the fixed order that support staff read memory images by. */
 struct qeSELock {
-    volatile int32_t spinLock;
-    HANDLE owner;            // token of the exclusive owner; zor::kNoThread when there is none, also while held shared
-    int32_t count;           // shared holders, or the owner's depth
-    qeLLNode *sharedWaiters; // zor::WaitRecord, the latest first
-    qeLLNode *exclusiveWaiters; // zor::WaitRecord, the latest first
-    qeLLNode *registrations;    // zor::NotifyRegistration, the latest first
-    pid_t lastProcessId;        // of the thread that last took the lock, or was handed it, exclusively
-    int32_t state;              // a zor::LockState, for diagnosis
+    zor::SpinCell spinLock;
+    HANDLE owner ZORCOMN_GUARDED_BY(
+        spinLock); // token of the exclusive owner; zor::kNoThread when there is none, also while held shared
+    int32_t count ZORCOMN_GUARDED_BY(spinLock);              // shared holders, or the owner's depth
+    qeLLNode *sharedWaiters ZORCOMN_GUARDED_BY(spinLock);    // zor::WaitRecord, the latest first
+    qeLLNode *exclusiveWaiters ZORCOMN_GUARDED_BY(spinLock); // zor::WaitRecord, the latest first
+    qeLLNode *registrations ZORCOMN_GUARDED_BY(spinLock);    // zor::NotifyRegistration, the latest first
+    pid_t lastProcessId
+        ZORCOMN_GUARDED_BY(spinLock);           // of the thread that last took the lock, or was handed it, exclusively
+    int32_t state ZORCOMN_GUARDED_BY(spinLock); // a zor::LockState, for diagnosis
 };
 
 namespace zor {

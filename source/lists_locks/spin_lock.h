@@ -7,6 +7,7 @@
 #include "zorcomn/lists_locks.h"
 
 #include "source/platform/thread_end.h"
+#include "source/platform/thread_safety.h"
 
 #include <cstdint>
 
@@ -21,18 +22,21 @@ void acquireSpinLock(volatile int32_t *cell, SpinExchange exchange, SpinPause pa
 /** acquireSpinLock with the real exchange and pauses. Not a cancellation point. */
 void takeSpinLock(volatile int32_t *cell);
 
+/** The name under which clang checks what a spin lock guards. */
+using SpinCell ZORCOMN_CAPABILITY("spin lock") = volatile int32_t;
+
 /** Holds a spin lock for a scope, and no longer when a callback ends the thread in it. */
-class SpinGuard {
+class ZORCOMN_SCOPED_CAPABILITY SpinGuard {
 public:
-    explicit SpinGuard(volatile int32_t &cell) : m_cell(cell) { takeSpinLock(&m_cell); }
-    ~SpinGuard() { free(); }
+    explicit SpinGuard(SpinCell &cell) ZORCOMN_ACQUIRES(cell) : m_cell(cell) { takeSpinLock(&m_cell); }
+    ~SpinGuard() ZORCOMN_RELEASES() { free(); }
     SpinGuard(const SpinGuard &) = delete;
     SpinGuard &operator=(const SpinGuard &) = delete;
 
 private:
     void free() { qelInterlockedExchange(&m_cell, 0); }
 
-    volatile int32_t &m_cell;
+    SpinCell &m_cell;
     ThreadEndHandler m_atThreadEnd{[](void *self) { static_cast<SpinGuard *>(self)->free(); }, this};
 };
 

@@ -104,11 +104,11 @@ public:
         body();
         m_isDone.store(true, std::memory_order_release);
     }
-    pthread_mutex_t &mutex() { return m_mutex; }
+    Mutex &mutex() { return m_mutex; }
 
 private:
     std::atomic<bool> m_isDone{false};
-    pthread_mutex_t m_mutex = PTHREAD_MUTEX_INITIALIZER;
+    Mutex m_mutex = PTHREAD_MUTEX_INITIALIZER;
 };
 
 } // namespace zor

@@ -23,4 +23,8 @@ Directory openDirectory(const char *path);
 /** popen() for reading what a shell command writes; the caller's end is not inherited by other programs. */
 Pipe startCommand(const char *command);
 
+/** Whether this process can do what whoever started it cannot: a set-user-id program, or one with capabilities. What it
+ * was given - its environment above all - is then not to be trusted. */
+bool hasRaisedPrivileges();
+
 } // namespace zor::host

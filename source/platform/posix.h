@@ -4,6 +4,7 @@
 // after we return, and holds cancellation off, since close or pclose could otherwise unwind out of a destructor.
 
 #include "source/platform/thread_end.h"
+#include "source/platform/thread_safety.h"
 
 #include <cerrno>
 #include <cstddef>
@@ -139,23 +140,29 @@ size_t convert(size_t (*call)(iconv_t, Input, size_t *, char **, size_t *), cons
     return call(converter.get(), const_cast<Input>(in), inBytes, out, outBytes);
 }
 
+/** The name under which clang checks what a POSIX mutex guards. */
+using Mutex ZORCOMN_CAPABILITY("mutex") = pthread_mutex_t;
+
 /** Holds a POSIX mutex, no longer than its thread lives; tests as true when it was locked. */
-class MutexLock {
+class ZORCOMN_SCOPED_CAPABILITY MutexLock {
 public:
-    explicit MutexLock(pthread_mutex_t &mutex) : m_mutex(pthread_mutex_lock(&mutex) == 0 ? &mutex : nullptr) {}
-    ~MutexLock() { unlock(); }
+    explicit MutexLock(Mutex &mutex) ZORCOMN_ACQUIRES(mutex)
+        : m_mutex(pthread_mutex_lock(&mutex) == 0 ? &mutex : nullptr) {}
+    ~MutexLock() ZORCOMN_RELEASES() { end(); }
     MutexLock(const MutexLock &) = delete;
     MutexLock &operator=(const MutexLock &) = delete;
 
     explicit operator bool() const { return m_mutex != nullptr; }
     /** Unlocks now, for who must report the result. */
-    bool unlock() { return m_mutex && pthread_mutex_unlock(std::exchange(m_mutex, nullptr)) == 0; }
+    bool unlock() ZORCOMN_RELEASES() { return end(); }
     /** Leaves the mutex locked beyond this scope. */
     void release() { m_mutex = nullptr; }
 
 private:
-    pthread_mutex_t *m_mutex;
-    ThreadEndHandler m_atThreadEnd{[](void *self) { static_cast<MutexLock *>(self)->unlock(); }, this};
+    bool end() { return m_mutex && pthread_mutex_unlock(std::exchange(m_mutex, nullptr)) == 0; }
+
+    Mutex *m_mutex;
+    ThreadEndHandler m_atThreadEnd{[](void *self) { static_cast<MutexLock *>(self)->end(); }, this};
 };
 
 /** Calls again while a signal interrupts; for calls that report failure as -1 and errno. */

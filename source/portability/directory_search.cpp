@@ -26,7 +26,7 @@ static_assert(offsetof(qelFindData, lastAccessTime) == 8 && offsetof(qelFindData
 constexpr size_t kMaxSearches = 50;
 
 qelSearch *pDirEntTable[kMaxSearches];
-pthread_mutex_t MutexDirEnt = PTHREAD_MUTEX_INITIALIZER;
+zor::Mutex MutexDirEnt = PTHREAD_MUTEX_INITIALIZER;
 
 namespace {
 
@@ -74,7 +74,7 @@ private:
 };
 
 /** Puts a search that is complete into the first null slot. A child of a fork in between has it whole or not at all. */
-int32_t takeSlot(std::unique_ptr<qelSearch> search) {
+int32_t takeSlot(std::unique_ptr<qelSearch> search) ZORCOMN_REQUIRES(MutexDirEnt) {
     size_t index = 0;
     while (index < kMaxSearches && loadSlot(index))
         ++index;

@@ -21,7 +21,7 @@
 #include <dlfcn.h>
 
 qelDynamicLibrary *pDynamicLibraryList[50];
-pthread_mutex_t MutexDynamicLibraryList = PTHREAD_MUTEX_INITIALIZER;
+zor::Mutex MutexDynamicLibraryList = PTHREAD_MUTEX_INITIALIZER;
 
 namespace zor {
 
@@ -33,7 +33,7 @@ constexpr int32_t kAttached = 1;
 constexpr size_t kErrorTextBound = 510;
 constexpr size_t kWideErrorTextBound = 2047;
 
-pthread_mutex_t entryGuard = PTHREAD_MUTEX_INITIALIZER;
+Mutex entryGuard = PTHREAD_MUTEX_INITIALIZER;
 
 ForkRepair listForks(MutexDynamicLibraryList);
 const ForkRepair entryForks(entryGuard);
@@ -74,8 +74,8 @@ const char *lastLoaderMessage() {
     return message ? message : "";
 }
 
-void clearTableOnFirstCall() {
-    static bool isCleared = false; // guarded by MutexDynamicLibraryList
+void clearTableOnFirstCall() ZORCOMN_REQUIRES(MutexDynamicLibraryList) {
+    static bool isCleared ZORCOMN_GUARDED_BY(MutexDynamicLibraryList) = false;
     if (isCleared)
         return;
     std::fill(std::begin(pDynamicLibraryList), std::end(pDynamicLibraryList), nullptr);
@@ -99,7 +99,8 @@ bool isLoaded(const qelDynamicLibrary *entry) {
 }
 
 /** Changes a slot, MutexDynamicLibraryList being held; what the slot held is the caller's. */
-std::unique_ptr<qelDynamicLibrary> exchangeSlot(qelDynamicLibrary **slot, std::unique_ptr<qelDynamicLibrary> entry) {
+std::unique_ptr<qelDynamicLibrary> exchangeSlot(qelDynamicLibrary **slot, std::unique_ptr<qelDynamicLibrary> entry)
+    ZORCOMN_REQUIRES(MutexDynamicLibraryList) ZORCOMN_EXCLUDES(entryGuard) {
     const MutexLock lock(entryGuard);
     return std::unique_ptr<qelDynamicLibrary>(std::exchange(*slot, entry.release()));
 }
@@ -133,7 +134,7 @@ bool openLibrary(qelDynamicLibrary &entry, const char *path, Reason &reason) {
     return true;
 }
 
-void *loadInto(qelDynamicLibrary **slot, const char *path, Reason &reason) {
+void *loadInto(qelDynamicLibrary **slot, const char *path, Reason &reason) ZORCOMN_REQUIRES(MutexDynamicLibraryList) {
     std::unique_ptr<qelDynamicLibrary> entry(new (std::nothrow) qelDynamicLibrary());
     if (!entry)
         return failLoad(reason, "out of memory");

@@ -6,6 +6,7 @@
 
 #include "zorcomn/portability.h"
 
+#include "source/platform/posix.h"
 #include "source/portability/error_cell.h"
 
 #include <cstddef>
@@ -27,7 +28,7 @@ struct HandleObject {
     int32_t referenceCount = 0;
     int32_t signalled = 0; // mutex: 1 free, 0 owned; thread: 1 once it has ended; file: always 0
     pthread_cond_t condition;
-    pthread_mutex_t guard;
+    Mutex guard;
     int32_t **threadLink = nullptr; // thread: the start block's signal slot, which closing redirects
 };
 

@@ -6,8 +6,8 @@
 #include "source/platform/fork.h"
 #include "source/portability/error_cell.h"
 
-pthread_mutex_t MutexInterlockedLong = PTHREAD_MUTEX_INITIALIZER;
-pthread_mutex_t MutexInterlockedExchange = PTHREAD_MUTEX_INITIALIZER;
+zor::Mutex MutexInterlockedLong = PTHREAD_MUTEX_INITIALIZER;
+zor::Mutex MutexInterlockedExchange = PTHREAD_MUTEX_INITIALIZER;
 
 namespace {
 

@@ -19,7 +19,7 @@ constexpr long kNanosecondsPerSecond = 1000000000;
 constexpr uint32_t kPollMs = 10;
 
 /** Becomes a mutex's owner if it has none; an errno number otherwise. Not blocking: the guard is held. */
-int takeOwnership(HandleObject &mutex) {
+int takeOwnership(HandleObject &mutex) ZORCOMN_REQUIRES(mutex.guard) {
     const int error = pthread_mutex_trylock(static_cast<pthread_mutex_t *>(mutex.objectData));
     if (error == 0)
         setSignalled(&mutex.signalled, 0);
@@ -27,12 +27,12 @@ int takeOwnership(HandleObject &mutex) {
 }
 
 /** What is left of a wait once the object is signalled: 0, EBUSY for a mutex that somebody owns, or an errno number. */
-int claim(HandleObject &object) {
+int claim(HandleObject &object) ZORCOMN_REQUIRES(object.guard) {
     return object.type == kMutexHandle ? takeOwnership(object) : 0;
 }
 
 /** The sleeping part of a wait, entered and left with the guard locked; 0 or an errno number. */
-int sleepUntilClaimed(HandleObject &object, const timespec *deadline) {
+int sleepUntilClaimed(HandleObject &object, const timespec *deadline) ZORCOMN_REQUIRES(object.guard) {
     for (;;) {
         if (const int error = deadline ? pthread_cond_timedwait(&object.condition, &object.guard, deadline)
                                        : pthread_cond_wait(&object.condition, &object.guard))
@@ -84,7 +84,8 @@ uint32_t waitInTurn(uint32_t count, const HANDLE *handles, uint32_t milliseconds
 
 using namespace zor;
 
-uint32_t qelWaitForSingleObject(HANDLE handle, uint32_t milliseconds) {
+// Not checked: one way out leaves the guard locked.
+ZORCOMN_UNCHECKED_LOCKING uint32_t qelWaitForSingleObject(HANDLE handle, uint32_t milliseconds) {
     if (!isObject(handle))
         return failWith(kCellInvalid, kWaitFailed);
     HandleObject &object = recordOf(handle);

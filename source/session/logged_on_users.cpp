@@ -25,12 +25,18 @@ namespace session = velmora_com::vta::session;
 namespace {
 
 constexpr size_t kListLimit = 128;
-constexpr size_t kDotsLength = 4; // ",..."
+constexpr size_t kDotsLength = 4;       // ",..."
+constexpr size_t kMostRecords = 100000; // a database with more has no end: a device in its place
 static_assert(USER_PROCESS == 7, "the type of the records that count");
 
 // Guards the C library's position in the login database, and the record that it hands out.
-pthread_mutex_t loginDatabaseMutex = PTHREAD_MUTEX_INITIALIZER;
+zor::Mutex loginDatabaseMutex = PTHREAD_MUTEX_INITIALIZER;
 const zor::ForkRepair loginDatabaseForks(loginDatabaseMutex);
+
+/** The next record, good until the one after it is asked for; null at the end. */
+const utmpx *nextRecord() ZORCOMN_REQUIRES(loginDatabaseMutex) {
+    return getutxent();
+}
 
 struct LoginRecord {
     short type;
@@ -51,16 +57,18 @@ template <class Body> bool hasMemoryFor(Body body) {
 }
 
 /** Adds the login records from the database's position on, which is the first record afterwards.
- * @return false when memory did not suffice for all of them; those that it sufficed for are added. */
+ * @return false when memory did not suffice for all of them or there is no end to them; the others are added. */
 bool readLoginRecords(std::vector<LoginRecord> &records) {
     bool isWhole = true;
     const zor::MutexLock lock(loginDatabaseMutex);
     const zor::ForkDelay delay; // the database has a lock of its own
-    while (const utmpx *record = getutxent())
-        isWhole &= hasMemoryFor([&] {
+    size_t count = 0;
+    while (const utmpx *record = count <= kMostRecords ? nextRecord() : nullptr) {
+        isWhole &= ++count <= kMostRecords && hasMemoryFor([&] {
             records.push_back({static_cast<short>(record->ut_type), fieldText(record->ut_id),
                                fieldText(record->ut_user), fieldText(record->ut_line)});
         });
+    }
     // Kept: rewound at the end, not at the start, and never closed; callers that read records themselves rely on it.
     setutxent();
     return isWhole;

@@ -19,7 +19,7 @@ namespace {
 
 constexpr char kIdent[] = "[VTA]";
 
-pthread_mutex_t logMutex = PTHREAD_MUTEX_INITIALIZER; // guards the C library's log connection and its ident
+zor::Mutex logMutex = PTHREAD_MUTEX_INITIALIZER; // guards the C library's log connection and its ident
 const zor::ForkRepair logForks(logMutex);
 
 using OwnIdent = std::unique_ptr<char, zor::Releaser<std::free>>;
@@ -27,7 +27,7 @@ using OwnIdent = std::unique_ptr<char, zor::Releaser<std::free>>;
 /** The log connection, open for the life of one message. */
 class OpenLog {
 public:
-    explicit OpenLog(const char *ident) { openlog(ident, LOG_CONS | LOG_NDELAY, LOG_USER); }
+    explicit OpenLog(const char *ident) ZORCOMN_REQUIRES(logMutex) { openlog(ident, LOG_CONS | LOG_NDELAY, LOG_USER); }
     ~OpenLog() { closelog(); }
     OpenLog(const OpenLog &) = delete;
     OpenLog &operator=(const OpenLog &) = delete;

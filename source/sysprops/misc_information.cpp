@@ -21,7 +21,7 @@
 
 namespace {
 
-pthread_mutex_t zoneNameMutex = PTHREAD_MUTEX_INITIALIZER;
+zor::Mutex zoneNameMutex = PTHREAD_MUTEX_INITIALIZER;
 const zor::ForkRepair zoneNameForks(zoneNameMutex);
 
 /** The users; nothing when memory ran out before the list was whole. */

@@ -1,23 +1,62 @@
+// What the shell prints last is a mark of our own: it tells a whole answer from one that was cut short, and that
+// nothing more is to come, although a process which the command left behind may hold the pipe open for as long as it
+// lives.
+
 #include "source/utilities/command_output.h"
 
 #include "source/platform/open.h"
 
-#include <cerrno>
 #include <cstdio>
+#include <cstring>
+
+#include <unistd.h>
 
 namespace zor {
 
+namespace {
+
+constexpr char kEnd[] = "\004\004zorcomn: end\004\004";
+constexpr size_t kEndLength = sizeof kEnd - 1;
+
+/** A word of the shell's that stands for the text itself. */
+std::string quoted(const std::string &text) {
+    std::string word = "'";
+    for (const char c : text)
+        word += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return word + "'";
+}
+
+/** Nothing of the caller's environment counts where he must not decide what runs: neither PATH nor what a shell or a
+ * tool takes from other variables. (exec, a special built-in, is the one name that no imported function can take.) */
+std::string inCleanEnvironment(const std::string &script) {
+    return "exec /usr/bin/env -i PATH=/usr/bin:/bin:/usr/sbin:/sbin /bin/sh -c " + quoted(script);
+}
+
+} // namespace
+
 std::optional<std::string> commandOutput(const char *command, size_t maxBytes) {
-    std::string output(maxBytes, '\0');
-    const Pipe pipe = host::startCommand(command);
+    const std::string script = command + ("\nprintf %s " + quoted(kEnd) + " 2>/dev/null");
+    const std::string started = host::hasRaisedPrivileges() ? inCleanEnvironment(script) : script;
+    std::string output(maxBytes + kEndLength, '\0');
+    const Pipe pipe = host::startCommand(started.c_str());
     if (!pipe)
         return std::nullopt;
-    size_t length = std::fread(output.data(), 1, maxBytes, pipe.get());
-    while (std::ferror(pipe.get()) && errno == EINTR) {
-        std::clearerr(pipe.get());
-        length += std::fread(output.data() + length, 1, maxBytes - length, pipe.get());
+    size_t end = std::string::npos;
+    // The first maxBytes are known when nothing among them may still turn out to be the mark's beginning.
+    for (size_t length = 0; length < maxBytes || output.find(kEnd[0]) < maxBytes;) {
+        const ssize_t got = length == output.size() ? 0 : retryInterrupted([&] {
+            return read(fileno(pipe.get()), output.data() + length, output.size() - length);
+        });
+        length += got > 0 ? static_cast<size_t>(got) : 0;
+        end = output.find(kEnd);
+        if (end != std::string::npos)
+            break;
+        if (got <= 0 && length < output.size())
+            return std::nullopt; // the shell was ended before its last words
+        if (got <= 0)
+            break;
     }
-    output.resize(length);
+    output.resize(end < maxBytes ? end : maxBytes);
     return output;
 }
 

@@ -26,7 +26,7 @@ const ForkRepair zoneForks(velmora_com::vta::mutex);
  *
  * localtime_r has no name there for a moment while it works in a zone read from a file, so who finds none looks again.
  * Not by waiting for the C library's own lock: a child forked in that moment would wait for ever. */
-const char *nameInForce() {
+const char *nameInForce() ZORCOMN_REQUIRES(velmora_com::vta::mutex) {
     constexpr int kLooks = 1100, kYielding = 1000;
     constexpr timespec kPause = {0, 1000000};
     for (int look = 0; look < kLooks; ++look) {
@@ -70,7 +70,7 @@ std::optional<std::string> standardZoneName() {
 namespace velmora_com {
 namespace vta {
 
-pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
+zor::Mutex mutex = PTHREAD_MUTEX_INITIALIZER;
 
 std::time_t zorcomn_timegm(std::tm *utc) {
     if (!utc)

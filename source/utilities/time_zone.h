@@ -3,6 +3,8 @@
 // The lock around the process's time zone, and the zone's name. Whoever in the library reads or changes TZ, calls tzset
 // or reads tzname holds the lock. A leaf: nothing else of the library is locked while it is held. Not exported.
 
+#include "source/platform/posix.h"
+
 #include <optional>
 #include <string>
 
@@ -11,7 +13,7 @@
 namespace velmora_com {
 namespace vta {
 
-extern pthread_mutex_t mutex;
+extern zor::Mutex mutex;
 
 } // namespace vta
 } // namespace velmora_com

@@ -7,6 +7,7 @@
 #include <pwd.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <sys/auxv.h>
 #include <sys/resource.h>
 #include <sys/sysinfo.h>
 #include <sys/times.h>
@@ -275,11 +276,15 @@ static void dw_CFRelease(struct object *object) {
     free(object);
 }
 
+static int dw_issetugid(void) {
+    return getauxval(AT_SECURE) != 0;
+}
+
 // clang-format off
 const struct name machineNames[] = {
     N(getpwnam_r), N(getpwuid_r), N(getpwuid), N(getutxent), N(pututxline), N(utmpxname), N(uname), N(sysconf),
     N(clock_gettime), N(clock_getres), N(getrlimit), N(setrlimit), N(sysctl), N(sysctlbyname), N(mach_host_self),
-    N(mach_port_deallocate), N(host_page_size), N(host_statistics), N(task_threads),
+    N(mach_port_deallocate), N(host_page_size), N(host_statistics), N(task_threads), N(issetugid),
     NAMED("_mach_task_self_", &taskPort), SAME(setutxent), SAME(endutxent), SAME(getgrgid_r), SAME(getuid),
     SAME(geteuid), SAME(getgid), SAME(getegid), SAME(setuid), SAME(seteuid), SAME(setgid), SAME(setegid),
     SAME(getpid), SAME(getppid), SAME(gettimeofday), SAME(times), SAME(time), SAME(nanosleep), SAME(usleep),

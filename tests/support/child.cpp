@@ -15,6 +15,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+extern "C" __attribute__((weak)) void __gcov_dump(); // in a build that counts what runs
+
 namespace zor::test {
 
 namespace {
@@ -26,6 +28,8 @@ constexpr int kFailedExpectations = 99;
     dup2(output, STDERR_FILENO);
     const int code = body();
     std::fflush(nullptr);
+    if (__gcov_dump)
+        __gcov_dump();
     _exit(::testing::Test::HasFailure() ? kFailedExpectations : code);
 }
 

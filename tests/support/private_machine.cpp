@@ -92,6 +92,16 @@ void PrivateMachine::placeScript(const std::string &path, const std::string &bod
     place(path, "#!/bin/sh\n" + body + "\n", 0755);
 }
 
+void PrivateMachine::show(const std::string &other, const std::string &path) {
+    if (access(path.c_str(), F_OK) != 0)
+        place(path, "");
+    m_ready = m_ready && mount(other.c_str(), path.c_str(), nullptr, MS_BIND, nullptr) == 0;
+}
+
+void PrivateMachine::empty(const std::string &folder) {
+    m_ready = m_ready && mount("none", folder.c_str(), "tmpfs", 0, nullptr) == 0;
+}
+
 void writeLoginRecords(const std::string &path, const std::vector<LoginRecord> &records) {
     std::ofstream(path, std::ios::binary | std::ios::trunc).flush();
     utmpxname(path.c_str());

@@ -20,6 +20,10 @@ public:
      * of its folder: the whole folder is made anew for it. */
     void place(const std::string &path, const std::string &content, unsigned int mode = 0644);
     void placeScript(const std::string &path, const std::string &body);
+    /** Shows what is at other - a device, a pipe - at a path too; the path's own file is made where there is none. */
+    void show(const std::string &other, const std::string &path);
+    /** Puts an empty folder in the place of one. */
+    void empty(const std::string &folder);
     /** Makes the whole tree writable for this child: from here on, any file or folder may be made anywhere, and nothing
      * of it reaches the disk. Other file systems than the root's are left out, but for /proc and /dev. */
     void makeRootWritable();

@@ -2,6 +2,7 @@
 
 #include "tests/network/private_network.h"
 #include "tests/support/private_machine.h"
+#include "tests/support/sanitized.h"
 #include "tests/tools/other_programs.h"
 #include "tests/tools/program.h"
 
@@ -19,6 +20,7 @@
 
 using Json = nlohmann::ordered_json;
 using zor::test::childPasses;
+using zor::test::kIsSanitized;
 using zor::test::PrivateMachine;
 using zor::test::ProgramResult;
 using zor::test::runOnTerminal;
@@ -29,17 +31,6 @@ using zor::test::Standard;
 using zor::test::TemporaryFolder;
 
 namespace {
-
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define ZORCOMN_IS_SANITIZED
-#endif
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(ZORCOMN_IS_SANITIZED)
-constexpr bool kIsSanitized = true;
-#else
-constexpr bool kIsSanitized = false;
-#endif
 
 /** A name server of this process's network that takes every question and answers none. */
 class MuteNameServer {
@@ -109,6 +100,17 @@ TEST_F(Mute, NameServer_IsLateForGetToo) {
         EXPECT_NE(result.errors.find("zorprops: not told within 0.5 s: IPHostName\n"), std::string::npos)
             << result.errors;
         EXPECT_EQ(runProgram({"get", "--timeout=0.5", "PlatformID"}).code, 0); // nothing of the network is asked for
+    });
+}
+
+TEST_F(Mute, NameServer_DoesNotConcernWhatNeedsNone) {
+    passes([] {
+        ProgramResult result;
+        EXPECT_LT(secondsOf([&] { result = runProgram({"get", "ComputerName", "IPAddress"}); }), 5); // of 10 s at most
+        EXPECT_EQ(result.errors.find("not told"), std::string::npos) << result.errors;
+        char name[256] = {};
+        ASSERT_EQ(gethostname(name, sizeof name - 1), 0);
+        EXPECT_EQ(result.output.find("ComputerName=" + std::string(name) + "\n"), 0u) << result.output;
     });
 }
 

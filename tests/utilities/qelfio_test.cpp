@@ -10,6 +10,7 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -145,6 +146,14 @@ TEST(FileObject, FailedClose_IsReported) {
         close(static_cast<zor::FileRecord *>(zor::recordOf(file->file).objectData)->descriptor);
         EXPECT_EQ(qeCloseFile(file), kFailed);
     }));
+}
+
+TEST(FolderExists, PathOf260Bytes_IsJudgedByTheFirst259_Kept) {
+    const TemporaryFolder folder;
+    const std::string longest = zor::test::makeFolderOfLength(folder.path(), 259);
+    ASSERT_EQ(mkdir((longest + "x").c_str(), 0700), 0); // 260 bytes, and no folder by its first 259
+    ASSERT_EQ(rmdir(longest.c_str()), 0);
+    EXPECT_EQ(qeFolderExists((longest + "x").c_str()), 0);
 }
 
 TEST(FolderExists, EachEnding_IsJudgedAsListed) {

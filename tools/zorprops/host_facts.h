@@ -20,6 +20,8 @@ struct SystemFacts {
 /** The seam: one implementation in platform/ for each system.
  * @param root  the folder that stands for '/', for tests; empty for the system's own. */
 SystemFacts systemFacts(const std::string &root);
+/** Whether the system lets its file systems be listed; the library tells a refusal as a machine without any. */
+bool fileSystemsAreTold();
 
 /** The facts of this host by name, without those of the disks; a fact that is not known is not there. Waits for nobody.
  * @param root  as for systemFacts. */

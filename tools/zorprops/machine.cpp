@@ -12,6 +12,7 @@
 #include "zorcomn/utilities.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <iterator>
 #include <new>
@@ -111,6 +112,13 @@ Texts networkTexts(ISysProps &machine) {
     return texts;
 }
 
+/** Whether a list of users is whole, which its collection tells by errno. */
+template <class Collection> bool isWhole(Collection collect) {
+    errno = 0;
+    collect();
+    return errno != ENOMEM;
+}
+
 Texts userTexts(ISysProps &machine) {
     setUpTimeZone();
     sysprops::MiscInformation info;
@@ -126,6 +134,8 @@ Texts diskTexts(ISysProps &machine) {
     machine.GetDiskInformation(info);
     Texts texts{"TotalDiskSpace",           narrow(info.TotalDiskSpace), "FreeDiskSpace",
                 narrow(info.FreeDiskSpace), "NumberOfFileSystems",       narrow(info.NumberOfFileSystems)};
+    if (info.FileSystems.empty() && !fileSystemsAreTold())
+        append(texts, {kUnread, "TotalDiskSpace", kUnread, "FreeDiskSpace", kUnread, "NumberOfFileSystems"});
     for (const auto &[mountPoint, space] : info.FileSystems) {
         append(texts, {kFileSystem, narrow(mountPoint), narrow(space.first), narrow(space.second)});
         struct statvfs figures;
@@ -221,6 +231,9 @@ Texts singleTexts(const std::vector<const Word *> &words) {
         std::optional<std::wstring> told = single ? single->read() : std::nullopt;
         const std::string value = narrow(told ? *told : queried(machine, *word));
         append(texts, {word->name, value});
+        const bool hasNoDisk = word->source == Source::Disks && (value == "0" || value == "0.00");
+        if (hasNoDisk && !fileSystemsAreTold())
+            append(texts, {kUnread, word->name});
         if (isOfAnAddress(word->name) && (value.empty() || value == "N/A") && !hasNoAddress())
             append(texts, {kUnread, word->name});
     }
@@ -429,9 +442,10 @@ Users collectUsers(const Patience &patience) {
     Workers workers({{"the list of users",
                       [] {
                           std::set<std::wstring> network, local;
-                          session::CollectLoggedonUsers(network, local, false);
                           std::wstring combined;
-                          session::CollectAllLoggedonUsers(combined);
+                          if (!isWhole([&] { session::CollectLoggedonUsers(network, local, false); }) ||
+                              !isWhole([&] { session::CollectAllLoggedonUsers(combined); }))
+                              throw std::bad_alloc();
                           Texts texts{narrow(combined), std::to_string(network.size())};
                           for (const auto *names : {&network, &local})
                               for (const std::wstring &name : *names)

@@ -23,9 +23,19 @@ void takeMissingDescriptors() {
             open("/dev/null", O_RDWR);
 }
 
+/** What takes everything and keeps nothing; where the system has no such file, a pipe that nobody reads. */
+int openNowhere() {
+    const int nowhere = open("/dev/null", O_RDWR);
+    int ends[2];
+    if (nowhere >= 0 || pipe(ends) != 0)
+        return nowhere;
+    close(ends[0]);
+    return ends[1];
+}
+
 /** Points standard output elsewhere; false when diagnostics would still land in the output. */
 bool redirectStandardOutput(bool toStandardError) {
-    const int nowhere = open("/dev/null", O_RDWR); // open for a moment alone
+    const int nowhere = openNowhere(); // open for a moment alone
     const int target = toStandardError || nowhere < 0 ? STDERR_FILENO : nowhere;
     bool isRedirected = dup2(target, STDOUT_FILENO) == STDOUT_FILENO;
     if (!isRedirected) { // the other way: the lowest free one is what opens next

@@ -43,7 +43,7 @@ const std::vector<Word> &properties() {
          Always | AtOnce},
         {"ComputerName", Source::Network, Type::Text, "", "name of the machine up to its first dot", Always | Prompt},
         {"DomainName", Source::Network, Type::Text, "", "domain of the machine", 0},
-        {"IPHostName", Source::Network, Type::Text, "", "fully qualified name of the machine", 0},
+        {"IPHostName", Source::Network, Type::Text, "", "fully qualified name of the machine", Always},
         {"IPAddress", Source::Network, Type::Text, "", "the address that represents the machine", Prompt},
         {"SubnetMask", Source::Network, Type::Text, "", "mask of that address", Prompt},
         {"SubnetAddress", Source::Network, Type::Text, "", "subnet of that address", Prompt},

@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace zor::host {
 
@@ -71,6 +72,10 @@ Pipe startCommand(const char *command) {
     if (pipe && fcntl(fileno(pipe.get()), F_SETFD, FD_CLOEXEC) == -1)
         pipe.reset();
     return pipe;
+}
+
+bool hasRaisedPrivileges() {
+    return issetugid() != 0 || geteuid() != getuid() || getegid() != getgid();
 }
 
 } // namespace zor::host

@@ -5,7 +5,9 @@
 #include <cstdlib>
 
 #include <fcntl.h>
+#include <sys/auxv.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 namespace zor::host {
 
@@ -30,6 +32,10 @@ Directory openDirectory(const char *path) {
 
 Pipe startCommand(const char *command) {
     return Pipe(popen(command, "re"));
+}
+
+bool hasRaisedPrivileges() {
+    return getauxval(AT_SECURE) != 0 || geteuid() != getuid() || getegid() != getgid();
 }
 
 } // namespace zor::host

@@ -274,6 +274,7 @@ TEST(PropertyList, BrokenValues_AreRefused) {
         "<array><string>x</array></string>",
         "<array>",
         "<dict><string>x</string></dict>",
+        "<array></integer>1</integer></array>",
         "<dict><key>k</key></dict>",
         "<dict><key>k</key><key>l</key><string>x</string></dict>",
         "<dict>x</dict>",

@@ -6,6 +6,7 @@
 
 #include <limits.h>
 #include <mach/mach.h>
+#include <sys/mount.h>
 #include <sys/sysctl.h>
 #include <sys/time.h>
 #include <time.h>
@@ -81,6 +82,10 @@ SystemFacts systemFacts(const std::string &root) {
     if (length > 0)
         facts.zoneFile = std::string(target, static_cast<size_t>(length));
     return facts;
+}
+
+bool fileSystemsAreTold() {
+    return getfsstat(nullptr, 0, MNT_NOWAIT) >= 0;
 }
 
 } // namespace zorprops
