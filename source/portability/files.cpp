@@ -62,15 +62,11 @@ bool isKnownAttribute(uint32_t flagsAndAttributes) {
     return flagsAndAttributes == 0 || flagsAndAttributes == kAttributeNormal || flagsAndAttributes == kDeleteOnClose;
 }
 
-std::unique_ptr<FileRecord> makeFileRecord(const char *path, bool isDeletedOnClose) {
-    std::unique_ptr<FileRecord> file(new (std::nothrow) FileRecord());
-    if (!file)
-        return nullptr;
+void fillFileRecord(FileRecord *file, const char *path, bool isDeletedOnClose) {
     file->deleteOnClose = isDeletedOnClose ? 1 : 0;
     // Kept: a path that fills the field has no terminator there.
     for (size_t index = 0; index < sizeof file->name && (file->name[index] = path[index]) != '\0'; ++index) {
     }
-    return file;
 }
 
 /** Kept: a file is of use without its condition and guard, so that their failing is no failure of opening. What the
@@ -82,20 +78,6 @@ void initialiseUnchecked(HandleObject &object) {
         object.condition = condition;
     if (pthread_mutex_init(&object.guard, nullptr) != 0)
         object.guard = guard;
-}
-
-/** A new file handle that owns the descriptor; null, the descriptor closed, when memory is short. */
-HANDLE makeFileHandle(Descriptor descriptor, const char *path, bool isDeletedOnClose) {
-    std::unique_ptr<FileRecord> file = makeFileRecord(path, isDeletedOnClose);
-    std::unique_ptr<HandleObject> object(new (std::nothrow) HandleObject());
-    if (!file || !object)
-        return failWith<HANDLE>(kCellNoMemory, nullptr);
-    initialiseUnchecked(*object);
-    file->descriptor = descriptor.release();
-    object->objectData = file.release();
-    object->type = kFileHandle;
-    object->referenceCount = 1;
-    return object.release();
 }
 
 /** The record behind a file handle; null, and the error cell set, for anything else. */
@@ -125,10 +107,20 @@ HANDLE qelCreateFileAW(const char *path, uint32_t desiredAccess, uint32_t, void 
     if (!path || !mode || !creation || !isKnownAttribute(flagsAndAttributes))
         return failWith<HANDLE>(kCellInvalid, nullptr);
     const UncancellableScope uncancellable;
-    Descriptor descriptor = host::openFile(path, *mode | *creation, kPermissions);
-    if (!descriptor)
+    // First, since opening may make or empty the file, which cannot be undone.
+    std::unique_ptr<FileRecord> file(new (std::nothrow) FileRecord());
+    std::unique_ptr<HandleObject> object(new (std::nothrow) HandleObject());
+    if (!file || !object)
+        return failWith<HANDLE>(kCellNoMemory, nullptr);
+    fillFileRecord(file.get(), path, flagsAndAttributes == kDeleteOnClose);
+    initialiseUnchecked(*object);
+    file->descriptor = host::openFile(path, *mode | *creation, kPermissions).release();
+    if (file->descriptor == -1)
         return nullptr;
-    return makeFileHandle(std::move(descriptor), path, flagsAndAttributes == kDeleteOnClose);
+    object->objectData = file.release();
+    object->type = kFileHandle;
+    object->referenceCount = 1;
+    return object.release();
 }
 
 int32_t qelReadFile(HANDLE file, void *buffer, uint32_t bytesToRead, uint32_t *bytesRead, void *) {
