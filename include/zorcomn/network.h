@@ -26,6 +26,10 @@
 #include <vector>
 struct addrinfo;
 
+namespace zor {
+struct RecordFields; // the library's own reader of the records
+}
+
 namespace velmora_com {
 namespace vta {
 
@@ -86,6 +90,7 @@ private:
     std::string m_subnetMask;
     std::string m_subnetAddress;
     uint32_t m_family;
+    friend struct ::zor::RecordFields;
 };
 
 /** The fields of a NetInterface that setOption sets. */
@@ -162,6 +167,7 @@ private:
     std::string m_indexName;
     std::list<IPAddress> m_addresses;
     uint32_t m_sortLast;
+    friend struct ::zor::RecordFields;
 };
 
 /** The machine's interfaces, by interface index: built empty, filled by one initialize(), then read. A plain value: a
@@ -211,6 +217,7 @@ public:
 private:
     std::map<unsigned int, NetInterface> m_interfaces;
     bool m_includeLoopback;
+    friend struct ::zor::RecordFields;
 };
 
 /** Runs list.initialize().

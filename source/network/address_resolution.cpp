@@ -4,36 +4,37 @@
 
 #include "source/network/scoped_address.h"
 #include "source/network/socket_address.h"
+#include "source/platform/failure.h"
 #include "source/platform/posix.h"
 #include "source/portability/text_search.h"
 
 #include <memory>
-#include <new>
+#include <utility>
 
 namespace zor {
 
 namespace {
 
-constexpr int kMostAddressTexts = 14; // Kept: callers size their tables by it.
+constexpr size_t kMostAddressTexts = 14; // Kept: callers size their tables by it.
 
 using Buffer = std::unique_ptr<char[]>;
 
 /** An address's text in a buffer of the size that callers of zorGetAddrinfo get; null when there is none. */
 Buffer hostTextBuffer(const sockaddr &address, int flags) {
-    Buffer buffer(new (std::nothrow) char[kHostTextSize]());
-    if (buffer && !writeHostText(address, flags, buffer.get(), kHostTextSize))
+    Buffer buffer(new char[kHostTextSize]());
+    if (const int number = writeHostText(address, flags, buffer.get(), kHostTextSize)) {
+        failOnResolverShortage(number);
         buffer.reset();
+    }
     return buffer;
 }
 
-/** Whether an address's text could be made and appended. */
-bool appendHostText(const sockaddr &address, int flags, std::vector<char *> &texts) {
-    Buffer text = hostTextBuffer(address, flags);
-    return text && guarded(false, [&] {
-               texts.push_back(text.get());
-               static_cast<void>(text.release()); // the caller's from here on
-               return true;
-           });
+std::vector<Buffer> hostTexts(const addrinfo *list, int flags) {
+    std::vector<Buffer> texts;
+    for (; list && texts.size() < kMostAddressTexts; list = list->ai_next)
+        if (Buffer text = hostTextBuffer(*list->ai_addr, flags))
+            texts.push_back(std::move(text));
+    return texts;
 }
 
 bool resolvesTo(const addrinfo *list, const std::string &address) {
@@ -94,10 +95,13 @@ int ANetworkUtil::zorGetAddrinfo(std::string const &host, std::string service, s
     if (const int error = zorCreateAddrinfo(host, service, &list, false))
         return error;
     const zor::ResolvedAddresses owner(list);
-    int appended = 0;
-    for (const addrinfo *entry = list; entry && appended < zor::kMostAddressTexts; entry = entry->ai_next)
-        appended += zor::appendHostText(*entry->ai_addr, flags, out);
-    return appended > 0 ? 0 : -1;
+    return zor::guarded(EAI_MEMORY, [&] {
+        std::vector<zor::Buffer> texts = zor::hostTexts(list, flags);
+        out.reserve(out.size() + texts.size()); // from here on nothing can fail
+        for (zor::Buffer &text : texts)
+            out.push_back(text.release());
+        return texts.empty() ? -1 : 0;
+    });
 }
 
 void ANetworkUtil::zorFreeAddrinfo(std::vector<char *> &list) {

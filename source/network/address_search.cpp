@@ -1,38 +1,36 @@
 // Finds the interface that carries an address. Texts are compared exactly: the wanted one must be in the stored form.
 
-#include "zorcomn/network.h"
+#include "source/network/interfaces.h"
 
+#include "source/network/record_fields.h"
 #include "source/platform/posix.h"
 
 #include <algorithm>
-#include <optional>
 #include <utility>
 
 namespace zor {
-
-namespace {
 
 using velmora_com::vta::IPAddress;
 using velmora_com::vta::NetInterface;
 using velmora_com::vta::NetInterfaceList;
 
+namespace {
+
 bool carries(const NetInterface &record, const std::string &ip) {
-    const std::list<IPAddress> addresses = record.getIPAddress();
+    const std::list<IPAddress> &addresses = RecordFields::addresses(record);
     // Kept: no other form of the same address matches; callers ask with stored texts.
     return std::any_of(addresses.begin(), addresses.end(),
-                       [&](const IPAddress &address) { return address.getIPAddress() == ip; });
-}
-
-std::optional<NetInterface> findCarrier(const std::string &ip, const NetInterfaceList &list) {
-    for (const unsigned int index : list.getIndexes()) {
-        NetInterface record;
-        if (list.getNetInterface(index, record) != 0 && carries(record, ip))
-            return record;
-    }
-    return std::nullopt;
+                       [&](const IPAddress &address) { return RecordFields::address(address) == ip; });
 }
 
 } // namespace
+
+const NetInterface *findCarrier(const std::string &ip, const NetInterfaceList &list) {
+    const std::vector<const NetInterface *> interfaces = RecordFields::inOrder(list);
+    const auto found = std::find_if(interfaces.begin(), interfaces.end(),
+                                    [&](const NetInterface *record) { return carries(*record, ip); });
+    return found == interfaces.end() ? nullptr : *found;
+}
 
 } // namespace zor
 
@@ -41,20 +39,21 @@ namespace vta {
 
 unsigned int getNetInterfaceFromIPAddress(NetInterface &out, std::string const &ip, NetInterfaceList &list) {
     return zor::guarded(0u, [&] {
-        auto carrier = zor::findCarrier(ip, list);
+        const NetInterface *const carrier = zor::findCarrier(ip, list);
         if (!carrier)
             return 0u;
-        out = std::move(*carrier);
+        NetInterface copy = *carrier; // so that a failed copy leaves the caller's record whole
+        out = std::move(copy);
         return 1u;
     });
 }
 
 unsigned int getMACAddressFromIPAddress(std::string &mac, std::string const &ip, NetInterfaceList &list) {
     return zor::guarded(0u, [&] {
-        const auto carrier = zor::findCarrier(ip, list);
+        const NetInterface *const carrier = zor::findCarrier(ip, list);
         if (!carrier)
             return 0u;
-        mac = carrier->getMACAddress();
+        mac = zor::RecordFields::hardwareAddress(*carrier);
         return 1u;
     });
 }

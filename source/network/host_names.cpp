@@ -26,10 +26,8 @@ std::optional<std::string> ownHostName() {
 
 std::wstring oneName(std::optional<std::string> (HostNames::*name)()) {
     const UncancellableScope uncancellable;
-    return guarded(std::wstring(kNotAvailable), [&] {
-        HostNames names;
-        return wideOrNotAvailable((names.*name)());
-    });
+    HostNames names;
+    return wideOrNotAvailable(names, name);
 }
 
 } // namespace
@@ -67,8 +65,11 @@ std::optional<std::string> HostNames::full() {
     return own();
 }
 
-std::wstring wideOrNotAvailable(const std::optional<std::string> &name) {
-    return name ? wideOf(*name) : std::wstring(kNotAvailable);
+std::wstring wideOrNotAvailable(HostNames &names, std::optional<std::string> (HostNames::*name)()) {
+    return guarded(std::wstring(kNotAvailable), [&] {
+        const std::optional<std::string> found = (names.*name)();
+        return found ? wideOf(*found) : std::wstring(kNotAvailable);
+    });
 }
 
 } // namespace zor

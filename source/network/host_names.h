@@ -25,7 +25,7 @@ private:
     Answer m_own, m_official;
 };
 
-/** A name in wide text; "N/A" for nothing. Throws when there is no memory. */
-std::wstring wideOrNotAvailable(const std::optional<std::string> &name);
+/** One of the names in wide text; "N/A" for nothing, and where something runs out on the way. */
+std::wstring wideOrNotAvailable(HostNames &names, std::optional<std::string> (HostNames::*name)());
 
 } // namespace zor

@@ -1,21 +1,25 @@
 // Enumerates the machine's interfaces. An entry of the system's list that lacks anything (a hardware address, a mask, a
-// usable family) is passed over and leaves no trace. Hardware addresses and indexes are looked up by name in the list
-// already read, so that the work grows with the number of entries and not with its square.
+// usable family) is passed over and leaves no trace; where the process lacks something (memory, descriptors), there is
+// no list at all, since nobody could see what is missing in it. Hardware addresses and indexes are looked up by name in
+// the list already read, so that the work grows with the number of entries and not with its square.
 
 #include "source/network/interfaces.h"
 
 #include "source/network/hardware_address.h"
 #include "source/network/ipv6_text.h"
 #include "source/network/socket_address.h"
+#include "source/platform/failure.h"
 #include "source/platform/host.h"
 #include "source/platform/posix.h"
 
 #include <array>
+#include <cerrno>
 #include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 
 #include <arpa/inet.h>
 #include <net/if.h>
@@ -56,7 +60,7 @@ public:
         if (isNew) {
             if (Link *const link = linkOf(name)) {
                 // The index that if_nametoindex gives, without asking for each: a question takes three system calls.
-                found->second.index = link->index != 0 ? link->index : if_nametoindex(name);
+                found->second.index = link->index != 0 ? link->index : indexOf(name);
                 found->second.macAddress = hardwareAddressText(link->address.data());
             }
         }
@@ -68,6 +72,15 @@ private:
         HardwareAddress address;
         unsigned int index; // 0: the list does not tell
     };
+
+    /** Kept: 0 for a name that the system does not know. */
+    static unsigned int indexOf(const char *name) {
+        errno = 0;
+        const unsigned int index = if_nametoindex(name);
+        if (index == 0)
+            failOnShortage(errno);
+        return index;
+    }
 
     Link *linkOf(std::string_view name) {
         if (const auto exact = m_links.find(name); exact != m_links.end())
@@ -93,6 +106,8 @@ public:
         bool &isUsable = family == AF_INET ? m_ipv4 : m_ipv6;
         if (!isUsable)
             isUsable = static_cast<bool>(openSocket(family, SOCK_DGRAM, 0));
+        if (!isUsable)
+            failOnShortage(errno);
         return isUsable;
     }
 
@@ -190,6 +205,7 @@ std::optional<IPAddress> readAddress(const ifaddrs &entry, UsableFamilies &famil
 bool addInterfaceEntries(const ifaddrs *entries, bool includeLoopback, NetInterfaceList &list) {
     InterfaceTable table(entries);
     UsableFamilies families;
+    NetInterfaceList whole = list;
     bool added = false;
     for (const ifaddrs *entry = entries; entry; entry = entry->ifa_next) {
         if (!isWanted(*entry, includeLoopback))
@@ -198,14 +214,26 @@ bool addInterfaceEntries(const ifaddrs *entries, bool includeLoopback, NetInterf
         const InterfaceTable::Facts &facts = table.factsOf(nameOf(*entry));
         if (!address || !facts.macAddress)
             continue;
-        NetInterface &record = list.getNetInterface(facts.index);
+        NetInterface &record = whole.getNetInterface(facts.index);
         record.setOption(velmora_com::vta::NETINTERFACE_PARAM_INDEX_NAME, std::string(nameOf(*entry)));
         record.setOption(velmora_com::vta::NETINTERFACE_PARAM_INDEX, facts.index);
         record.setOption(velmora_com::vta::NETINTERFACE_PARAM_MAC_ADDRESS, *facts.macAddress);
         record.setOption(velmora_com::vta::NETINTERFACE_PARAM_IP_ADDRESS, *address);
         added = true;
     }
+    if (added)
+        list = std::move(whole);
     return added;
+}
+
+bool addInterfaces(bool includeLoopback, NetInterfaceList &list) {
+    ifaddrs *head = nullptr;
+    if (getifaddrs(&head) != 0) {
+        failOnShortage(errno);
+        return false;
+    }
+    const InterfaceEntries entries(head);
+    return addInterfaceEntries(entries.get(), includeLoopback, list);
 }
 
 } // namespace zor
@@ -215,14 +243,8 @@ namespace vta {
 
 unsigned int NetInterfaceList::initialize() {
     const zor::UncancellableScope uncancellable;
-    return zor::guarded(0u, [&] {
-        ifaddrs *head = nullptr;
-        if (getifaddrs(&head) != 0)
-            return 0u;
-        const zor::InterfaceEntries entries(head);
-        // Kept: the map is not cleared first, so a second call adds every address again.
-        return zor::addInterfaceEntries(entries.get(), m_includeLoopback, *this) ? 1u : 0u;
-    });
+    // Kept: the map is not cleared first, so a second call adds every address again.
+    return zor::guarded(0u, [&] { return zor::addInterfaces(m_includeLoopback, *this) ? 1u : 0u; });
 }
 
 bool getNetInterfacesList(NetInterfaceList &list) {

@@ -3,6 +3,7 @@
 #include "zorcomn/network.h"
 
 #include "source/network/ipv6_text.h"
+#include "source/network/scoped_address.h"
 #include "source/network/socket_address.h"
 #include "source/platform/posix.h"
 
@@ -20,13 +21,12 @@ using velmora_com::vta::ANetworkUtil;
 constexpr size_t kScopedTextSize = 32; // Kept: a text that does not fit, terminator included, gets no scope.
 
 /** Puts the scope that a link-local address needs into the resolver's entry. */
-void completeScope(ANetworkUtil &util, const addrinfo &entry) {
+void completeScope(const addrinfo &entry) {
     if (entry.ai_family != AF_INET6 || entry.ai_addrlen < sizeof(sockaddr_in6))
         return;
     const auto text = hostText(*entry.ai_addr, NI_NUMERICHOST, kScopedTextSize);
-    unsigned int scope = 0;
-    if (text && util.zorGetScopeId(*text, scope) != 0)
-        reinterpret_cast<sockaddr_in6 *>(entry.ai_addr)->sin6_scope_id = scope;
+    if (const auto scope = text ? scopeOf(bareAddressText(*text)) : std::nullopt)
+        reinterpret_cast<sockaddr_in6 *>(entry.ai_addr)->sin6_scope_id = *scope;
 }
 
 std::optional<std::string> ownAddressText(int socket, int flags) {
@@ -41,7 +41,7 @@ std::optional<std::string> ownAddressText(int socket, int flags) {
 /** Connects to one of the peer's addresses and tells the connection's own. */
 std::optional<std::string> localAddressTowards(ANetworkUtil &util, const addrinfo &entry, unsigned int seconds,
                                                int flags) {
-    completeScope(util, entry);
+    completeScope(entry);
     const Descriptor connection = openSocket(entry.ai_family, entry.ai_socktype, entry.ai_protocol);
     if (!connection)
         return std::nullopt;

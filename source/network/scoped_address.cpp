@@ -4,7 +4,10 @@
 
 #include "zorcomn/network.h"
 
+#include "source/network/interfaces.h"
 #include "source/network/ipv6_text.h"
+#include "source/network/record_fields.h"
+#include "source/platform/failure.h"
 #include "source/platform/posix.h"
 
 #include <optional>
@@ -23,23 +26,27 @@ bool isAccepted(const std::string &address) {
     addrinfo hints{};
     hints.ai_socktype = SOCK_STREAM;
     addrinfo *list = nullptr;
-    const bool accepted = getaddrinfo(address.c_str(), nullptr, &hints, &list) == 0;
-    const ResolvedAddresses owner(accepted ? list : nullptr);
-    return accepted;
+    const int number = getaddrinfo(address.c_str(), nullptr, &hints, &list);
+    const ResolvedAddresses owner(number == 0 ? list : nullptr);
+    failOnResolverShortage(number);
+    return number == 0;
 }
 
-/** The first interface, loopback left out, with which the resolver accepts a link-local address. */
+} // namespace
+
 std::optional<unsigned int> scopeOf(const std::string &address) {
     if (!isLinkLocal(address))
         return std::nullopt;
     NetInterfaceList interfaces(false);
-    if (interfaces.initialize() == 0)
+    if (!addInterfaces(false, interfaces))
         return std::nullopt;
-    for (const unsigned int index : interfaces.getIndexes())
+    for (const unsigned int index : RecordFields::indexesInOrder(interfaces))
         if (isAccepted(address + '%' + std::to_string(index)))
             return index;
     return std::nullopt;
 }
+
+namespace {
 
 struct BareAddress {
     std::string text;

@@ -1,5 +1,6 @@
 #include "source/network/socket_address.h"
 
+#include "source/platform/failure.h"
 #include "source/platform/host.h"
 #include "source/platform/posix.h"
 
@@ -27,22 +28,27 @@ socklen_t addressLength(sa_family_t family) {
     }
 }
 
-bool writeHostText(const sockaddr &address, int flags, char *buffer, size_t size) {
+int writeHostText(const sockaddr &address, int flags, char *buffer, size_t size) {
     return getnameinfo(&address, addressLength(address.sa_family), buffer, static_cast<socklen_t>(size), nullptr, 0,
-                       flags) == 0;
+                       flags);
 }
 
 std::optional<std::string> hostText(const sockaddr &address, int flags, size_t size) {
     char text[kHostTextSize] = {};
-    if (!writeHostText(address, flags, text, std::min(size, sizeof text)))
+    if (const int number = writeHostText(address, flags, text, std::min(size, sizeof text))) {
+        failOnResolverShortage(number);
         return std::nullopt;
+    }
     return std::string(text, boundedLength(text, sizeof text));
 }
 
 std::optional<std::string> serviceText(const sockaddr &address, int flags) {
     char text[kHostTextSize] = {};
-    if (getnameinfo(&address, addressLength(address.sa_family), nullptr, 0, text, sizeof text, flags) != 0)
+    if (const int number =
+            getnameinfo(&address, addressLength(address.sa_family), nullptr, 0, text, sizeof text, flags)) {
+        failOnResolverShortage(number);
         return std::nullopt;
+    }
     return std::string(text, boundedLength(text, sizeof text));
 }
 

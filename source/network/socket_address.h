@@ -21,14 +21,15 @@ sockaddr_storage storedAddress(const sockaddr &address);
 socklen_t addressLength(sa_family_t family);
 
 /** getnameinfo for the host alone, into a zeroed buffer of size bytes, terminator included.
- * @return whether there is a text now.
+ * @return 0, or the resolver's number.
  */
-bool writeHostText(const sockaddr &address, int flags, char *buffer, size_t size);
+int writeHostText(const sockaddr &address, int flags, char *buffer, size_t size);
 
-/** getnameinfo for the host alone, into a text of at most size bytes, terminator included. */
+/** getnameinfo for the host alone, into a text of at most size bytes, terminator included. Throws where memory or the
+ * like runs out. */
 std::optional<std::string> hostText(const sockaddr &address, int flags, size_t size = kHostTextSize);
 
-/** getnameinfo for the service alone. */
+/** getnameinfo for the service alone. Throws as hostText. */
 std::optional<std::string> serviceText(const sockaddr &address, int flags);
 
 } // namespace zor

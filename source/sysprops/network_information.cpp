@@ -4,6 +4,8 @@
 #include "source/sysprops/network_information.h"
 
 #include "source/network/host_names.h"
+#include "source/network/interfaces.h"
+#include "source/network/record_fields.h"
 #include "source/platform/posix.h"
 #include "source/portability/transcoding.h"
 
@@ -24,49 +26,41 @@ using velmora_com::vta::sysprops::ISysProps;
 using velmora_com::vta::sysprops::NetworkInformation;
 
 void reportSubnet(const IPAddress &address, NetworkInformation &info) {
-    info.SubnetAddress = wideOf(address.getSubNetAddr());
-    info.SubnetMask = wideOf(address.getSubNetMask());
+    info.SubnetAddress = wideOf(RecordFields::subnetAddress(address));
+    info.SubnetMask = wideOf(RecordFields::subnetMask(address));
 }
 
 void reportAddress(const NetInterface &carrier, const IPAddress &address, NetworkInformation &info) {
-    info.IPAddress = wideOf(address.getIPAddress());
-    info.NETAddress = wideOf(carrier.getMACAddress());
+    info.IPAddress = wideOf(RecordFields::address(address));
+    info.NETAddress = wideOf(RecordFields::hardwareAddress(carrier));
     reportSubnet(address, info);
 }
 
 /** Reports the last known address when an interface carries it, in exactly this text. */
 bool reportLastKnown(NetInterfaceList &interfaces, const std::string &lastKnownIP, NetworkInformation &info) {
-    NetInterface carrier;
-    if (lastKnownIP.empty() || getNetInterfaceFromIPAddress(carrier, lastKnownIP, interfaces) == 0)
+    const NetInterface *const carrier = lastKnownIP.empty() ? nullptr : findCarrier(lastKnownIP, interfaces);
+    if (!carrier)
         return false;
-    for (const IPAddress &address : carrier.getIPAddress())
-        if (address.getIPAddress() == lastKnownIP)
-            reportAddress(carrier, address, info); // Kept: of equal entries the last one's mask and subnet stay.
+    for (const IPAddress &address : RecordFields::addresses(*carrier))
+        if (RecordFields::address(address) == lastKnownIP)
+            reportAddress(*carrier, address, info); // Kept: of equal entries the last one's mask and subnet stay.
     return true;
 }
 
 bool reportFirstOfFamily(NetInterfaceList &interfaces, unsigned int family, NetworkInformation &info) {
-    for (const unsigned int index : interfaces.getIndexes()) {
-        NetInterface candidate;
-        if (interfaces.getNetInterface(index, candidate) == 0)
-            continue;
-        for (const IPAddress &address : candidate.getIPAddress())
+    for (const NetInterface *const candidate : RecordFields::inOrder(interfaces))
+        for (const IPAddress &address : RecordFields::addresses(*candidate))
             if (address.getIPFamily() == family) {
-                reportAddress(candidate, address, info);
+                reportAddress(*candidate, address, info);
                 return true;
             }
-    }
     return false;
 }
 
 void reportFirstOfAll(NetInterfaceList &interfaces, NetworkInformation &info) {
-    const std::list<unsigned int> indexes = interfaces.getIndexes();
-    NetInterface first;
-    if (indexes.empty() || interfaces.getNetInterface(indexes.front(), first) == 0)
-        return;
-    const std::list<IPAddress> addresses = first.getIPAddress();
-    if (!addresses.empty())
-        reportAddress(first, addresses.front(), info);
+    const std::vector<const NetInterface *> ordered = RecordFields::inOrder(interfaces);
+    if (!ordered.empty() && !RecordFields::addresses(*ordered.front()).empty())
+        reportAddress(*ordered.front(), RecordFields::addresses(*ordered.front()).front(), info);
 }
 
 } // namespace
@@ -88,14 +82,19 @@ bool collectNetworkInformation(WantedNames names, NetworkInformation &info) {
         velmora_com::vta::sysprops::getComputerName(computerName) ? wideOf(computerName) : DefaultProp_Val;
     HostNames hostNames;
     if (names.domain)
-        collected.DomainName = wideOrNotAvailable(hostNames.domain());
+        collected.DomainName = wideOrNotAvailable(hostNames, &HostNames::domain);
     if (names.full)
-        collected.IPHostName = wideOrNotAvailable(hostNames.full());
+        collected.IPHostName = wideOrNotAvailable(hostNames, &HostNames::full);
     collected.IPXAddress = DefaultProp_Val;
-    NetInterfaceList interfaces(false);
-    const bool isListed = getNetInterfacesList(interfaces);
-    if (isListed)
-        reportRepresentativeAddress(interfaces, utf8Of(ISysProps::GetLastKnownLocalIP()), collected);
+    const bool isListed = guarded(false, [&] {
+        NetInterfaceList interfaces(false);
+        if (!addInterfaces(false, interfaces))
+            return false;
+        NetworkInformation withAddress = collected;
+        reportRepresentativeAddress(interfaces, utf8Of(ISysProps::m_wstrLastKnownLocalIP), withAddress);
+        collected = std::move(withAddress);
+        return true;
+    });
     info = std::move(collected);
     return isListed;
 }

@@ -90,7 +90,7 @@ extern "C" {
 int getifaddrs(ifaddrs **list) __THROW {
     ++fakeNetwork.listsRead;
     if (fakeNetwork.listFails) {
-        errno = ENOMEM;
+        errno = EIO; // not for want of anything
         return -1;
     }
     fakeNetwork.listsHeld += fakeNetwork.entries.first() != nullptr; // an empty list is a null pointer

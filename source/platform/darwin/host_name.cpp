@@ -2,12 +2,17 @@
 
 #include "source/platform/host.h"
 
+#include "source/platform/failure.h"
+
 #include <netdb.h>
 
 namespace zor::host {
 
 std::optional<std::string> officialHostName(const char *name) {
+    errno = 0;
     const hostent *found = gethostbyname(name);
+    if (!found && h_errno == NETDB_INTERNAL)
+        failOnShortage(errno);
     return found && found->h_name ? std::optional<std::string>(found->h_name) : std::nullopt;
 }
 

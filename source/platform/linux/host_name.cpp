@@ -2,6 +2,8 @@
 
 #include "source/platform/host.h"
 
+#include "source/platform/failure.h"
+
 #include <cerrno>
 
 #include <netdb.h>
@@ -18,8 +20,11 @@ std::optional<std::string> officialHostName(const char *name) {
         const int error = gethostbyname_r(name, &entry, buffer.data(), buffer.size(), &found, &resolverError);
         if (error == 0)
             return found && found->h_name ? std::optional<std::string>(found->h_name) : std::nullopt;
-        if (error != ERANGE || buffer.size() >= kLargestAnswer)
+        if (error != ERANGE || buffer.size() >= kLargestAnswer) {
+            // A resolver that fails within itself gives the number of what it lacked.
+            failOnShortage(error);
             return std::nullopt;
+        }
         buffer.resize(2 * buffer.size());
     }
 }
