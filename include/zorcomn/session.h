@@ -100,8 +100,11 @@ ZORCOMN_API bool FindDomainNameViaDscl(const std::string &user, std::string attr
  * @param networkUsers  [in, out] entries `domain\user` in lower case are added, one per domain of a user.
  * @param localUsers    [in, out] user names in lower case are added, unless networkOnly.
  * @param networkOnly   leaves local users out; network users are collected either way.
- * Error cell: untouched; errno = ENOMEM when memory did not suffice for every user, or the login database holds more
- * than 100,000 records and so has no end; else untouched. Threads: safe on different sets.  Owns: nothing.
+ * Both stay as they were when not every user could be collected: errno then tells what was lacking.
+ * Error cell: untouched; errno = ENOMEM when memory did not suffice, or the login database holds more than 100,000
+ * records and so has no end; EIO, EMFILE or ENFILE when the login records or a directory's answer could not be read;
+ * else untouched.
+ * Threads: safe on different sets.  Owns: nothing.
  */
 ZORCOMN_API void CollectLoggedonUsers(std::set<std::wstring> &networkUsers, std::set<std::wstring> &localUsers,
                                       bool networkOnly);
@@ -117,7 +120,7 @@ ZORCOMN_API void CollectComaSepLoggedonUsers(std::wstring &networkUsers, std::ws
 /** Collects all users into one text: network users, then local users, with "," between them; at most 128 characters.
  * A text of 128 characters or more is cut to 128, and from its last comma on replaced by ",..." where at least four
  * characters stand from that comma to the cut.
- * @param users  [out] replaced; empty when nobody is logged on.
+ * @param users  [out] replaced; empty when nobody is logged on, and when not every user could be collected.
  * Error cell: untouched; errno as CollectLoggedonUsers leaves it.  Threads: safe on different texts.  Owns: nothing.
  */
 ZORCOMN_API void CollectAllLoggedonUsers(std::wstring &users);
@@ -162,11 +165,12 @@ public:
      */
     ZORCOMN_API int unblockSignal(int signal);
 
-    /** Registers what to do when a signal arrives. The first registration for a signal stays; further ones are dropped,
-     * and so is one for which there is no memory.
+    /** Registers what to do when a signal arrives. The first registration for a signal stays; further ones are dropped.
+     * Where there is no memory for it, the object does not wait for the signal any more, lest it be taken for the
+     * request to stop.
      * @param signal    a signal number; it has to be added with addSignalToBlock too.
      * @param callback  runs on the waiting thread, one at a time; an empty one lets the signal pass without effect.
-     * @return 0.
+     * @return 0; -1 when there is no memory.
      * Error cell: untouched.  Threads: one at a time, and not while the object runs.
      * Owns: the object keeps the callback until it is destroyed.
      */

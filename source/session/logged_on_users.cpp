@@ -6,6 +6,7 @@
 
 #include "zorcomn/session.h"
 
+#include "source/platform/failure.h"
 #include "source/platform/fork.h"
 #include "source/platform/posix.h"
 #include "source/portability/transcoding.h"
@@ -33,11 +34,6 @@ static_assert(USER_PROCESS == 7, "the type of the records that count");
 zor::Mutex loginDatabaseMutex = PTHREAD_MUTEX_INITIALIZER;
 const zor::ForkRepair loginDatabaseForks(loginDatabaseMutex);
 
-/** The next record, good until the one after it is asked for; null at the end. */
-const utmpx *nextRecord() ZORCOMN_REQUIRES(loginDatabaseMutex) {
-    return getutxent();
-}
-
 struct LoginRecord {
     short type;
     std::string id, user, line;
@@ -48,36 +44,49 @@ template <size_t size> std::string fieldText(const char (&field)[size]) {
     return {field, zor::boundedLength(field, size)};
 }
 
-/** Runs what may throw; false when memory ran out. */
-template <class Body> bool hasMemoryFor(Body body) {
-    return zor::guarded(false, [&] {
-        body();
-        return true;
-    });
+/** The next login record, good until the one after it is asked for; null behind the last. One that cannot be read is not
+ * taken for the end. */
+const utmpx *nextRecord() ZORCOMN_REQUIRES(loginDatabaseMutex) {
+    errno = 0;
+    const utmpx *record = getutxent();
+    while (!record && errno == EINTR) {
+        errno = 0;
+        record = getutxent();
+    }
+    if (!record && errno == EIO)
+        zor::fail(errno);
+    if (!record)
+        zor::failOnShortage(errno);
+    return record;
 }
 
-/** Adds the login records from the database's position on, which is the first record afterwards.
- * @return false when memory did not suffice for all of them or there is no end to them; the others are added. */
-bool readLoginRecords(std::vector<LoginRecord> &records) {
-    bool isWhole = true;
+/** Goes back to the first login record. Kept: at the end, not at the start, and nothing is closed; callers that read
+ * records themselves rely on it. */
+struct Rewound {
+    Rewound() = default;
+    ~Rewound() { setutxent(); }
+    Rewound(const Rewound &) = delete;
+    Rewound &operator=(const Rewound &) = delete;
+};
+
+/** The login records from the database's position on, which is the first record afterwards. */
+std::vector<LoginRecord> readLoginRecords() {
+    std::vector<LoginRecord> records;
     const zor::MutexLock lock(loginDatabaseMutex);
     const zor::ForkDelay delay; // the database has a lock of its own
-    size_t count = 0;
-    while (const utmpx *record = count <= kMostRecords ? nextRecord() : nullptr) {
-        isWhole &= ++count <= kMostRecords && hasMemoryFor([&] {
-            records.push_back({static_cast<short>(record->ut_type), fieldText(record->ut_id),
-                               fieldText(record->ut_user), fieldText(record->ut_line)});
-        });
+    const Rewound rewound;
+    while (const utmpx *record = nextRecord()) {
+        if (records.size() == kMostRecords)
+            zor::fail(ENOMEM);
+        records.push_back({static_cast<short>(record->ut_type), fieldText(record->ut_id), fieldText(record->ut_user),
+                           fieldText(record->ut_line)});
     }
-    // Kept: rewound at the end, not at the start, and never closed; callers that read records themselves rely on it.
-    setutxent();
-    return isWhole;
+    return records;
 }
 
 bool findDomains(const std::string &user, std::string &domains) {
-    return session::FindDomainName(user, domains) ||
-           session::FindDomainNameViaDscl(user, "userPrincipalName", domains) ||
-           session::FindDomainNameViaDscl(user, "OriginalAuthenticationAuthority", domains);
+    return zor::findGroupDomain(user, domains) || zor::findDirectoryDomain(user, "userPrincipalName", domains) ||
+           zor::findDirectoryDomain(user, "OriginalAuthenticationAuthority", domains);
 }
 
 /** Adds a name in lower case and says so with the diagnostic line's beginning. */
@@ -87,16 +96,19 @@ void addUser(std::string name, const char *line, std::set<std::wstring> &users) 
     std::fprintf(session::myfd(), "%s %s \n", line, name.c_str());
 }
 
-void sortUser(const std::string &user, std::set<std::wstring> &networkUsers, std::set<std::wstring> &localUsers,
-              bool networkOnly) {
+struct Users {
+    std::set<std::wstring> network, local;
+};
+
+void sortUser(const std::string &user, Users &users, bool networkOnly) {
     std::string domains;
     if (findDomains(user, domains)) {
         for (std::string &name : zor::splitOrWhole(domains, '|')) {
             name.append(1, '\\').append(user);
-            addUser(std::move(name), "Network User logged on", networkUsers);
+            addUser(std::move(name), "Network User logged on", users.network);
         }
     } else if (!networkOnly) {
-        addUser(user, "Local User Logged on", localUsers);
+        addUser(user, "Local User Logged on", users.local);
     }
 }
 
@@ -130,31 +142,18 @@ std::wstring limitNames(std::wstring names) {
 
 namespace {
 
-bool collectSets(std::set<std::wstring> &networkUsers, std::set<std::wstring> &localUsers, bool networkOnly) {
+/** All users, or an exception: nobody could see who is missing in a part of them. */
+Users collectUsers(bool networkOnly) {
     std::fputs("Some changes happen in the logon sessions.\n", session::myfd());
-    std::vector<LoginRecord> records;
-    bool isWhole = readLoginRecords(records);
-    for (const LoginRecord &record : records) {
+    Users users;
+    for (const LoginRecord &record : readLoginRecords()) {
         std::fprintf(session::myfd(), "%d  %s  %s  %s \n", static_cast<int>(record.type), record.id.c_str(),
                      record.user.c_str(), record.line.c_str());
         if (record.type == USER_PROCESS)
-            isWhole &= hasMemoryFor([&] { sortUser(record.user, networkUsers, localUsers, networkOnly); });
+            sortUser(record.user, users, networkOnly);
     }
     std::fputs("Coming out from the logon session collections.\n", session::myfd());
-    return isWhole;
-}
-
-// Kept: a list whose set is empty is left as the caller passed it.
-bool collectLists(std::wstring &networkUsers, std::wstring &localUsers, bool networkOnly) {
-    std::set<std::wstring> networkSet, localSet;
-    const bool isWhole = collectSets(networkSet, localSet, networkOnly);
-    return hasMemoryFor([&] {
-               if (!networkSet.empty())
-                   networkUsers = zor::joinNames(networkSet);
-               if (!networkOnly && !localSet.empty())
-                   localUsers = zor::joinNames(localSet);
-           }) &&
-           isWhole;
+    return users;
 }
 
 std::wstring combinedList(const std::wstring &networkUsers, const std::wstring &localUsers) {
@@ -162,35 +161,60 @@ std::wstring combinedList(const std::wstring &networkUsers, const std::wstring &
     return zor::limitNames(networkUsers + comma + localUsers);
 }
 
-/** Runs a collection that tells whether it is whole. Its callers learn that from errno. */
+/** Runs a collection; one that fails leaves the caller's lists as they were. Its callers learn that from errno. */
 template <class Collection> void runCollection(Collection collect) {
     const zor::UncancellableScope uncancellable;
     const int callersErrno = errno;
-    const bool isWhole = collect();
-    errno = isWhole ? callersErrno : ENOMEM;
+    errno = [&] {
+        try {
+            collect();
+            return callersErrno;
+        } catch (const std::system_error &error) {
+            return error.code().value();
+        } catch (const std::exception &) {
+            return ENOMEM;
+        }
+    }();
 }
 
 } // namespace
+
+namespace zor {
+
+std::wstring allLoggedOnUsers() {
+    const Users users = collectUsers(false);
+    return combinedList(joinNames(users.network), joinNames(users.local));
+}
+
+} // namespace zor
 
 namespace velmora_com {
 namespace vta {
 namespace session {
 
 void CollectLoggedonUsers(std::set<std::wstring> &networkUsers, std::set<std::wstring> &localUsers, bool networkOnly) {
-    runCollection([&] { return collectSets(networkUsers, localUsers, networkOnly); });
+    runCollection([&] {
+        Users users = collectUsers(networkOnly);
+        networkUsers.merge(users.network); // moves nodes, which cannot fail
+        localUsers.merge(users.local);
+    });
 }
 
 void CollectComaSepLoggedonUsers(std::wstring &networkUsers, std::wstring &localUsers, bool networkOnly) {
-    runCollection([&] { return collectLists(networkUsers, localUsers, networkOnly); });
+    runCollection([&] {
+        const Users users = collectUsers(networkOnly);
+        std::wstring network = zor::joinNames(users.network), local = zor::joinNames(users.local);
+        // Kept: a list whose set is empty is left as the caller passed it.
+        if (!users.network.empty())
+            networkUsers = std::move(network);
+        if (!networkOnly && !users.local.empty())
+            localUsers = std::move(local);
+    });
 }
 
 void CollectAllLoggedonUsers(std::wstring &users) {
-    runCollection([&] {
-        users.clear();
-        std::wstring networkUsers, localUsers;
-        const bool isWhole = collectLists(networkUsers, localUsers, false);
-        return hasMemoryFor([&] { users = combinedList(networkUsers, localUsers); }) && isWhole;
-    });
+    users.clear();
+    runCollection([&] { users = zor::allLoggedOnUsers(); });
 }
 
 } // namespace session

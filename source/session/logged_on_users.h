@@ -14,4 +14,7 @@ std::wstring joinNames(const std::set<std::wstring> &names);
  * fit there. */
 std::wstring limitNames(std::wstring names);
 
+/** session::CollectAllLoggedonUsers, but where memory runs out, or the login records cannot be read, it throws. */
+std::wstring allLoggedOnUsers();
+
 } // namespace zor

@@ -46,10 +46,13 @@ int SignalHandler::unblockSignal(int signal) {
 
 // Kept: the first registration for a signal wins.
 int SignalHandler::registerOnSignalCallback(int signal, std::function<void()> callback) {
-    return zor::guarded(0, [&] {
+    const int result = zor::guarded(-1, [&] {
         m_callbacks.emplace(signal, std::move(callback));
         return 0;
     });
+    if (result != 0) // without its callback it would be a request to stop
+        sigdelset(&m_signals, signal);
+    return result;
 }
 
 // Nothing is caught here: a callback may end its thread, and what it throws is its caller's.

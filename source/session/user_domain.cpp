@@ -6,6 +6,7 @@
 
 #include "zorcomn/session.h"
 
+#include "source/platform/failure.h"
 #include "source/platform/posix.h"
 #include "source/utilities/command_output.h"
 
@@ -28,11 +29,14 @@ constexpr size_t kCommandSize = 256;
 constexpr size_t kAnswerSize = 1024; // terminator included
 constexpr size_t kAccountBufferSize = 16384;
 
-/** Calls a look-up that gives its error number back, again while a signal interrupts it. */
+/** Calls a look-up that gives its error number back, again while a signal interrupts it. Kept: one that fails for
+ * whatever reason finds nobody; only without memory nobody knows. */
 template <class LookUp> bool isFound(LookUp lookUp) {
     int error = lookUp();
     while (error == EINTR)
         error = lookUp();
+    if (error == ENOMEM)
+        zor::fail(error);
     return error == 0;
 }
 
@@ -85,7 +89,7 @@ std::string domainInAuthority(const std::string &answer) {
 std::string domainsInPrincipalNames(const std::string &answer) {
     std::string domains;
     for (const std::string &line : zor::splitOrWhole(answer, '\n')) {
-        const std::string name = session::trimmer(line.c_str());
+        const std::string name = zor::trimmedName(line);
         const size_t at = name.find('@');
         if (at != std::string::npos)
             domains += name.substr(at + 1) + '|';
@@ -136,6 +140,29 @@ std::string domainsInAnswer(const std::string &answer, const std::string &attrib
     return {};
 }
 
+bool findGroupDomain(const std::string &user, std::string &domain) {
+    std::string group = primaryGroupName(user);
+    session::toLower(group);
+    if (group.find("domain users") == std::string::npos)
+        return false;
+    std::vector<std::string> parts = splitOrWhole(group, '\\');
+    if (parts.size() < 2)
+        return false;
+    domain = std::move(parts.front()); // Kept: an empty one counts; the user is then listed as "\user".
+    std::fprintf(session::myfd(), "found group struct %s. \n", domain.c_str());
+    return true;
+}
+
+bool findDirectoryDomain(const std::string &user, const std::string &attribute, std::string &domain) {
+    std::string answer = askDirectory(user, attribute);
+    if (answer.empty())
+        return false;
+    session::toLower(answer);
+    const std::string domains = domainsInAnswer(answer, attribute);
+    domain = trimmedName(domains); // Kept: an answer without a domain empties it.
+    return !domains.empty();
+}
+
 } // namespace zor
 
 namespace velmora_com {
@@ -145,16 +172,7 @@ namespace session {
 bool FindDomainName(const std::string &user, std::string &domain) {
     const zor::UncancellableScope uncancellable;
     try {
-        std::string group = primaryGroupName(user);
-        toLower(group);
-        if (group.find("domain users") == std::string::npos)
-            return false;
-        const std::vector<std::string> parts = zor::splitOrWhole(group, '\\');
-        if (parts.size() < 2)
-            return false;
-        domain = parts.front(); // Kept: an empty one counts; the user is then listed as "\user".
-        std::fprintf(myfd(), "found group struct %s. \n", domain.c_str());
-        return true;
+        return zor::findGroupDomain(user, domain);
     } catch (const std::exception &) {
         // Kept: the wording; logs are searched for it.
         std::fputs("Domain name can't not be found.\n", myfd());
@@ -164,18 +182,7 @@ bool FindDomainName(const std::string &user, std::string &domain) {
 
 bool FindDomainNameViaDscl(const std::string &user, std::string attribute, std::string &domain) {
     const zor::UncancellableScope uncancellable;
-    return zor::guarded(false, [&] {
-        std::string answer = askDirectory(user, attribute);
-        if (answer.empty())
-            return false;
-        domain.clear();
-        toLower(answer);
-        const std::string domains = zor::domainsInAnswer(answer, attribute);
-        if (domains.empty())
-            return false;
-        domain = trimmer(domains.c_str());
-        return true;
-    });
+    return zor::guarded(false, [&] { return zor::findDirectoryDomain(user, attribute, domain); });
 }
 
 } // namespace session

@@ -23,6 +23,15 @@ bool isShellSafe(const std::string &text);
  * command is longer than its 255 characters: cut, it would ask for another user. */
 std::optional<std::string> directoryCommand(const std::string &user, const std::string &attribute);
 
+/** session::trimmer, but where memory runs out it throws. */
+std::string trimmedName(const std::string &text);
+
+/** session::FindDomainName, but where memory runs out it throws. */
+bool findGroupDomain(const std::string &user, std::string &domain);
+
+/** session::FindDomainNameViaDscl, but where memory runs out, or the directory's answer cannot be read, it throws. */
+bool findDirectoryDomain(const std::string &user, const std::string &attribute, std::string &domain);
+
 /** The domains that a directory answer, in lower case, names for the attribute, with '|' between them; empty for none.
  */
 std::string domainsInAnswer(const std::string &answer, const std::string &attribute);

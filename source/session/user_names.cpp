@@ -33,6 +33,16 @@ std::vector<std::string> partsOf(const std::string &text, char separator) {
     return parts;
 }
 
+std::string trimmedName(const std::string &text) {
+    const char *first = text.c_str();
+    while (*first != '\0' && !isAlphanumeric(*first))
+        ++first;
+    const char *end = first + std::strlen(first);
+    while (end > first && !isAlphanumeric(end[-1]))
+        --end;
+    return {first, end};
+}
+
 } // namespace zor
 
 namespace velmora_com {
@@ -63,15 +73,7 @@ void toLower(std::string &text) {
 
 // Kept: everything but letters and digits goes, from both ends; the domain list relies on it to lose its last '|'.
 std::string trimmer(const char *text) {
-    return zor::guarded(std::string(), [&] {
-        const char *first = text ? text : "";
-        while (*first != '\0' && !isAlphanumeric(*first))
-            ++first;
-        const char *end = first + std::strlen(first);
-        while (end > first && !isAlphanumeric(end[-1]))
-            --end;
-        return std::string(first, end);
-    });
+    return zor::guarded(std::string(), [&] { return zor::trimmedName(text ? text : ""); });
 }
 
 // Kept: a text without the separator adds nothing, not even itself; every caller adds the whole text in that case.

@@ -3,11 +3,12 @@
 
 #include "source/sysprops/misc_information.h"
 
-#include "zorcomn/session.h"
 #include "zorcomn/sysprops.h"
 
 #include "source/platform/fork.h"
 #include "source/platform/posix.h"
+#include "source/portability/transcoding.h"
+#include "source/session/logged_on_users.h"
 #include "source/utilities/time_zone.h"
 
 #include <cerrno>
@@ -24,13 +25,16 @@ namespace {
 zor::Mutex zoneNameMutex = PTHREAD_MUTEX_INITIALIZER;
 const zor::ForkRepair zoneNameForks(zoneNameMutex);
 
-/** The users; nothing when memory ran out before the list was whole. */
-std::optional<std::wstring> loggedOnUsers() {
-    std::wstring users;
-    const int callersErrno = std::exchange(errno, 0);
-    velmora_com::vta::session::CollectAllLoggedonUsers(users);
-    if (std::exchange(errno, callersErrno) == ENOMEM)
-        return std::nullopt;
+/** Runs what may throw. One fact that cannot be had leaves the others as they are. */
+template <class Body> void unlessItFails(Body body) {
+    zor::guarded(false, [&] {
+        body();
+        return true;
+    });
+}
+
+std::wstring loggedOnUsers() {
+    std::wstring users = zor::allLoggedOnUsers();
     // Kept: nobody is "NA" here, not the "N/A" of every other missing fact; callers compare with it.
     return users.empty() ? L"NA" : users;
 }
@@ -38,7 +42,7 @@ std::optional<std::wstring> loggedOnUsers() {
 // Kept: the zone is not asked for anew (tzset); who wants it right from the first call on calls tzset at the start.
 std::wstring zoneName() {
     const zor::MutexLock lock(zoneNameMutex);
-    return velmora_com::vta::sysprops::sysprops_ansi_to_wide(zor::standardZoneName().value_or(""));
+    return zor::wideOf(zor::standardZoneName().value_or(""));
 }
 
 } // namespace
@@ -75,15 +79,16 @@ namespace sysprops {
 
 bool ISysProps::GetMiscInformation(MiscInformation &info) {
     const zor::UncancellableScope uncancellable;
-    return zor::guarded(true, [&] {
-        if (const std::optional<std::wstring> users = loggedOnUsers())
-            info.UserName = *users;
-        info.TimeZone = zoneName();
-        if (const std::optional<std::wstring> now = zor::localTimeText(std::time(nullptr)))
-            info.LastUpdate = *now;
-        info.DefaultLangID = zor::languageIdentifier(std::getenv("LANG"));
-        return true;
+    const int callersErrno = errno;
+    unlessItFails([&] { info.UserName = loggedOnUsers(); });
+    errno = callersErrno;
+    unlessItFails([&] { info.TimeZone = zoneName(); });
+    unlessItFails([&] {
+        if (std::optional<std::wstring> now = zor::localTimeText(std::time(nullptr)))
+            info.LastUpdate = std::move(*now);
     });
+    unlessItFails([&] { info.DefaultLangID = zor::languageIdentifier(std::getenv("LANG")); });
+    return true;
 }
 
 } // namespace sysprops

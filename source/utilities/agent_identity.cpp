@@ -62,7 +62,7 @@ uint32_t qelcomn_get_user_name(char *buffer, uint32_t size) {
         std::wstring users;
         const int callersErrno = std::exchange(errno, 0);
         velmora_com::vta::session::CollectAllLoggedonUsers(users);
-        if (std::exchange(errno, callersErrno) == ENOMEM)
+        if (std::exchange(errno, callersErrno) != 0) // not every user could be collected
             return zor::kFailure;
         if (users.empty())
             users = L"NA";

@@ -4,8 +4,10 @@
 
 #include "source/utilities/command_output.h"
 
+#include "source/platform/failure.h"
 #include "source/platform/open.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -39,6 +41,8 @@ std::optional<std::string> commandOutput(const char *command, size_t maxBytes) {
     const std::string started = host::hasRaisedPrivileges() ? inCleanEnvironment(script) : script;
     std::string output(maxBytes + kEndLength, '\0');
     const Pipe pipe = host::startCommand(started.c_str());
+    if (!pipe && errno == ENOMEM)
+        fail(ENOMEM);
     if (!pipe)
         return std::nullopt;
     size_t end = std::string::npos;
@@ -51,9 +55,11 @@ std::optional<std::string> commandOutput(const char *command, size_t maxBytes) {
         end = output.find(kEnd);
         if (end != std::string::npos)
             break;
-        if (got <= 0 && length < output.size())
-            return std::nullopt; // the shell was ended before its last words
-        if (got <= 0)
+        if (got < 0)
+            fail(errno);
+        if (got == 0 && length < output.size())
+            fail(EIO); // the shell was ended before its last words
+        if (got == 0)
             break;
     }
     output.resize(end < maxBytes ? end : maxBytes);

@@ -238,13 +238,19 @@ TEST_F(OSTest, SysctlsAnswer_GoesThroughGrepAndAwk) {
 
 TEST_F(OSTest, CommandThatCannotBeStarted_IsAWorkstationOfUnknownBitMode) {
     {
-        const FailingCall failing("popen", 1, ENOMEM);
+        const FailingCall failing("popen", 1, EMFILE);
         EXPECT_EQ(collect().OSPlatform, L"Workstation");
         EXPECT_TRUE(failing.wasReached());
     }
     setVersion("9.2", "B");
     const FailingCall failing("popen", 1, EMFILE);
     EXPECT_EQ(collect("ppc").OSBitMode, L"-1");
+    EXPECT_TRUE(failing.wasReached());
+}
+
+TEST_F(OSTest, NoMemoryForACommand_FailsAndLeavesTheRecord) {
+    const FailingCall failing("popen", 1, ENOMEM);
+    EXPECT_THROW(collect(), std::bad_alloc);
     EXPECT_TRUE(failing.wasReached());
 }
 
@@ -369,7 +375,7 @@ TEST_F(OSTest, Descriptors_AreClosedOnEveryPath) {
     OSInformation info;
     collectOSInformation(m_folder.path().c_str(), "ppc", info);
     {
-        const FailingCall failing("popen", 1, ENOMEM);
+        const FailingCall failing("popen", 1, EMFILE);
         collect("ppc");
     }
     EXPECT_EQ(zor::test::openDescriptors(), before);

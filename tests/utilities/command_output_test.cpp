@@ -40,10 +40,10 @@ TEST(CommandOutput, WhatIsPrinted_ComesWholeUpToTheLimit) {
     EXPECT_EQ(commandOutput("head -c 100000 /dev/zero", 100000), std::string(100000, '\0'));
 }
 
-TEST(CommandOutput, ShellThatDoesNotComeToItsEnd_IsNoAnswer) {
-    EXPECT_EQ(commandOutput("printf 12; exit", 10), std::nullopt);
-    EXPECT_EQ(commandOutput("printf 12; kill -9 $$", 10), std::nullopt);
-    EXPECT_EQ(commandOutput("(", 10), std::nullopt);
+TEST(CommandOutput, ShellThatDoesNotComeToItsEnd_IsAFailure) {
+    EXPECT_THROW(commandOutput("printf 12; exit", 10), std::system_error);
+    EXPECT_THROW(commandOutput("printf 12; kill -9 $$", 10), std::system_error);
+    EXPECT_THROW(commandOutput("(", 10), std::system_error);
 }
 
 TEST(CommandOutput, ProcessLeftBehindWithThePipe_IsNotWaitedFor) {
