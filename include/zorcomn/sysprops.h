@@ -237,14 +237,14 @@ public:
      * @param props  [out] cleared, then 29 properties (all but "IsPortable") and two names for each file system of the
      *               disk record, built as FileSystemName tells.
      * @return true. What was not found holds its earlier value, at first "N/A" ("PlatformID" and the processor's texts
-     *         can be empty); a lack of memory leaves properties out.
+     *         can be empty). Where memory runs out, props is empty.
      * Error cell: untouched.  Threads: one object, one thread at a time.  Owns: nothing.
      */
     ZORCOMN_API bool GetAllSystemProperties(std::map<std::wstring, std::wstring> &props);
     /** Collects every property, the file systems apart.
      * @param props        [out] cleared, then 30 properties, "IsPortable" among them.
      * @param fileSystems  [out] replaced by the disk record's table: mount point to (total, free) megabytes.
-     * @return true, as the other form; a lack of memory may also leave fileSystems as it was.
+     * @return true, as the other form; where memory runs out, both are empty.
      * Error cell: untouched.  Threads: one object, one thread at a time.  Owns: nothing.
      */
     ZORCOMN_API bool GetAllSystemProperties(std::map<std::wstring, std::wstring> &props,

@@ -2,9 +2,12 @@
 
 #include "zorcomn/sysprops.h"
 
+#include "source/platform/failure.h"
 #include "source/platform/host.h"
 #include "source/platform/posix.h"
+#include "source/portability/transcoding.h"
 
+#include <cerrno>
 #include <cwchar>
 #include <set>
 #include <string>
@@ -34,7 +37,7 @@ bool counts(const MountedFileSystem &mounted) {
 std::wstring withTwoDecimals(double megabytes) {
     wchar_t text[64]; // the largest amount of 64-bit blocks has 23 digits
     if (std::swprintf(text, sizeof text / sizeof *text, L"%0.2lf", megabytes) < 0)
-        return {};
+        zor::fail(errno);
     return text;
 }
 
@@ -66,16 +69,17 @@ bool ISysProps::GetDiskInformation(DiskInformation &info) {
             sum.totalMegabytes += space.totalMegabytes;
             sum.freeMegabytes += space.freeMegabytes;
             // Kept: of several on one mount point the first is listed, but all are counted.
-            found.emplace(sysprops_ansi_to_wide(mounted.mountPoint),
+            found.emplace(zor::wideOf(mounted.mountPoint),
                           std::make_pair(withTwoDecimals(space.totalMegabytes), freeText(space)));
             ++count;
         }
         // Kept: the table is not cleared; what an earlier run found on other mount points stays.
-        for (auto &entry : found)
-            info.FileSystems[entry.first] = std::move(entry.second);
-        info.NumberOfFileSystems = std::to_wstring(count);
-        info.TotalDiskSpace = withTwoDecimals(sum.totalMegabytes);
-        info.FreeDiskSpace = freeText(sum);
+        found.insert(info.FileSystems.begin(), info.FileSystems.end());
+        std::wstring number = std::to_wstring(count), total = withTwoDecimals(sum.totalMegabytes), free = freeText(sum);
+        info.FileSystems = std::move(found); // from here on nothing can fail: the record is written as a whole
+        info.NumberOfFileSystems = std::move(number);
+        info.TotalDiskSpace = std::move(total);
+        info.FreeDiskSpace = std::move(free);
         return true;
     });
 }

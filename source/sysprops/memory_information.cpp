@@ -5,6 +5,8 @@
 #include "source/platform/host.h"
 #include "source/platform/posix.h"
 
+#include <utility>
+
 namespace velmora_com {
 namespace vta {
 namespace sysprops {
@@ -12,17 +14,18 @@ namespace sysprops {
 bool ISysProps::GetMemoryInformation(MemoryInformation &info) {
     const zor::UncancellableScope uncancellable;
     return zor::guarded(false, [&] {
+        MemoryInformation collected = info; // the record is written when all of it is there
         const std::optional<uint64_t> total = zor::host::physicalMemoryBytes();
         if (total)
-            info.TotalPhysicalMemory = std::to_wstring(*total);
+            collected.TotalPhysicalMemory = std::to_wstring(*total);
         const std::optional<zor::host::FreeMemory> free = zor::host::freeMemory();
-        if (!free)
-            return false;
         // Kept: against an unknown total of 0 nothing rises above the first step, so that the free bytes come
         // unrounded.
-        info.FreeMemory = std::to_wstring(
-            get_closest_floor<unsigned long long>(free->freePages * free->pageSizeBytes, total.value_or(0), 0, 20));
-        return true;
+        if (free)
+            collected.FreeMemory = std::to_wstring(
+                get_closest_floor<unsigned long long>(free->freePages * free->pageSizeBytes, total.value_or(0), 0, 20));
+        info = std::move(collected);
+        return free.has_value();
     });
 }
 

@@ -6,9 +6,11 @@
 #include "source/platform/four_characters.h"
 #include "source/platform/host.h"
 #include "source/platform/posix.h"
+#include "source/portability/transcoding.h"
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -83,19 +85,21 @@ namespace sysprops {
 bool ISysProps::GetCPUInformation(CPUInformation &info) {
     const zor::UncancellableScope uncancellable;
     return zor::guarded(false, [&] {
+        CPUInformation collected = info; // the record is written when all of it is there
         if (const std::optional<int32_t> count = zor::host::processorCount())
-            info.NumOfCPU = std::to_wstring(*count);
+            collected.NumOfCPU = std::to_wstring(*count);
         // Kept: an unknown clock is one of 0 MHz; parts of a megahertz are cut off.
-        info.CPUSpeed = std::to_wstring(zor::host::processorClockHertz().value_or(0) / 1000000) + L" MHz";
+        collected.CPUSpeed = std::to_wstring(zor::host::processorClockHertz().value_or(0) / 1000000) + L" MHz";
         const std::string architecture = nameOf(zor::host::architectureCode(), ConvertGestaltSysArchToString);
         const std::string processor = nameOf(zor::host::processorCode(), ConvertGestaltCPUTypeToString);
         const bool areBothKnown = !architecture.empty() && !processor.empty();
-        info.CPUType = sysprops_ansi_to_wide(architecture + (areBothKnown ? " " : "") + processor);
+        collected.CPUType = zor::wideOf(architecture + (areBothKnown ? " " : "") + processor);
         // Kept: without any name the portable flag is not asked for and stays as it was.
-        if (info.CPUType.empty())
-            return false;
-        info.IsPortable = portableText();
-        return true;
+        const bool isNamed = !collected.CPUType.empty();
+        if (isNamed)
+            collected.IsPortable = portableText();
+        info = std::move(collected);
+        return isNamed;
     });
 }
 

@@ -39,8 +39,13 @@ bool ISysProps::GetAllSystemProperties(std::map<std::wstring, std::wstring> &pro
     return zor::guarded(true, [&] {
         std::map<std::wstring, std::pair<std::wstring, std::wstring>> fileSystems;
         GetAllSystemProperties(props, fileSystems);
-        props.erase(CPUPortable_Key); // Kept: only the other form reports whether the computer is portable.
-        addFileSystems(props, m_disk);
+        if (props.empty())
+            return true; // there was no memory
+        PropertyMap found;
+        found.swap(props);            // should the rest not fit, there is nothing at all
+        found.erase(CPUPortable_Key); // Kept: only the other form reports whether the computer is portable.
+        addFileSystems(found, m_disk);
+        props.swap(found);
         return true;
     });
 }
@@ -48,21 +53,25 @@ bool ISysProps::GetAllSystemProperties(std::map<std::wstring, std::wstring> &pro
 bool ISysProps::GetAllSystemProperties(std::map<std::wstring, std::wstring> &props,
                                        std::map<std::wstring, std::pair<std::wstring, std::wstring>> &fileSystems) {
     const zor::UncancellableScope uncancellable;
+    props.clear();
+    fileSystems.clear();
+    GetNetworkInformation(m_network);
+    GetCPUInformation(m_cpu);
+    GetMemoryInformation(m_memory);
+    GetDiskInformation(m_disk);
+    GetMiscInformation(m_misc);
+    GetOSInformation(m_os);
     return zor::guarded(true, [&] {
-        GetNetworkInformation(m_network);
-        GetCPUInformation(m_cpu);
-        GetMemoryInformation(m_memory);
-        GetDiskInformation(m_disk);
-        GetMiscInformation(m_misc);
-        GetOSInformation(m_os);
-        props.clear();
-        addFields(props, m_cpu, zor::kProcessorFields);
-        addFields(props, m_network, zor::kNetworkFields);
-        addFields(props, m_memory, zor::kMemoryFields);
-        addFields(props, m_os, zor::kOperatingSystemFields);
-        addFields(props, m_misc, zor::kMiscFields);
-        addFields(props, m_disk, zor::kDiskFields);
-        fileSystems = m_disk.FileSystems;
+        PropertyMap found;
+        addFields(found, m_cpu, zor::kProcessorFields);
+        addFields(found, m_network, zor::kNetworkFields);
+        addFields(found, m_memory, zor::kMemoryFields);
+        addFields(found, m_os, zor::kOperatingSystemFields);
+        addFields(found, m_misc, zor::kMiscFields);
+        addFields(found, m_disk, zor::kDiskFields);
+        auto disks = m_disk.FileSystems;
+        props.swap(found); // all of it or nothing: nobody could see what is missing
+        fileSystems.swap(disks);
         return true;
     });
 }

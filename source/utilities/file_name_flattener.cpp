@@ -91,7 +91,11 @@ FileNameFlattener::FileNameFlattener(const std::string &path, const std::string 
     const zor::UncancellableScope uncancellable;
     zor::guarded(0, [&] {
         m_input = path;
-        return FileNameFlattener(base).GetFlatPath(m_base) ? Flatten() : 0;
+        std::optional<std::string> flatBase = zor::flatPath(base);
+        if (!flatBase)
+            return 0;
+        m_base = std::move(*flatBase);
+        return Flatten();
     });
 }
 

@@ -12,11 +12,14 @@ namespace vta {
 
 int32_t get_system_uptime_osx() {
     const zor::UncancellableScope uncancellable;
-    const std::optional<int64_t> boot = zor::host::bootTimeSeconds();
-    if (!boot)
-        return INT32_MAX; // callers take it for 'not known'
-    // Unsigned: an absurd boot time wraps, as it does in the 32-bit seconds that callers get.
-    return static_cast<int32_t>(static_cast<uint32_t>(std::time(nullptr)) - static_cast<uint32_t>(*boot));
+    constexpr int32_t kNotKnown = INT32_MAX;
+    return zor::guarded(kNotKnown, [] {
+        const std::optional<int64_t> boot = zor::host::bootTimeSeconds();
+        if (!boot)
+            return kNotKnown;
+        // Unsigned: an absurd boot time wraps, as it does in the 32-bit seconds that callers get.
+        return static_cast<int32_t>(static_cast<uint32_t>(std::time(nullptr)) - static_cast<uint32_t>(*boot));
+    });
 }
 
 int32_t qelcomn_get_system_uptime() {
