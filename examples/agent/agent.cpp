@@ -14,6 +14,7 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -88,6 +89,15 @@ void findLocalAddress(const std::string &host, const std::string &port) {
     std::printf("local address %s\n", address.c_str());
 }
 
+/** Runs what may throw on a thread that must go on: there is no report then, but the next may succeed. */
+template <class Body> void unlessItFails(Body body) {
+    try {
+        body();
+    } catch (const std::exception &error) {
+        LogInSystemLog(SyslogInfo, "[AGENT]", "no report: %s", error.what());
+    }
+}
+
 /** Runs until SIGTERM; every SIGHUP queues a report. Signals are taken by a thread of their own. That one is no thread
  * of the library, whose end would take the locks' thread-local index from the workers. */
 void serve(SignalHandler &signals, const std::string &folder, const std::string &title) {
@@ -95,16 +105,23 @@ void serve(SignalHandler &signals, const std::string &folder, const std::string 
         qelCreateMutex(nullptr, 0, nullptr)); // the list of users serves one collection at a time
     Workers workers(kWorkers);
     int number = 0;
-    signals.registerOnSignalCallback(SIGHUP, [&] {
-        workers.give([&folder, &title, &oneReport, number = ++number] {
-            if (qelWaitForSingleObject(oneReport.get(), ZORCOMN_INFINITE) != ZORCOMN_WAIT_SIGNALLED)
-                return;
-            const std::string name = writeReport(folder, title, number);
-            pruneReports(folder, kReportsKept);
-            qelReleaseMutex(oneReport.get());
-            log(name.empty() ? "no report could be written" : "wrote " + name);
+    const bool isRegistered = signals.registerOnSignalCallback(SIGHUP, [&] {
+        unlessItFails([&] {
+            workers.give([&folder, &title, &oneReport, number = ++number] {
+                if (qelWaitForSingleObject(oneReport.get(), ZORCOMN_INFINITE) != ZORCOMN_WAIT_SIGNALLED)
+                    return;
+                unlessItFails([&] {
+                    const std::string name = writeReport(folder, title, number);
+                    LogInSystemLog(SyslogInfo, "[AGENT]", "%s %s", name.empty() ? "could not write report" : "wrote",
+                                   name.c_str());
+                    pruneReports(folder, kReportsKept);
+                });
+                qelReleaseMutex(oneReport.get());
+            });
         });
-    });
+    }) == 0;
+    if (!isRegistered)
+        throw std::runtime_error("no memory for the signals");
     std::thread listener([&signals] {
         qeSO_ThreadAttach(); // the callback locks the list of jobs
         signals();
@@ -126,7 +143,10 @@ int run(const std::string &folder, const char *pluginPath, const std::string &ho
         return 1;
     }
     char version[24];
-    qelcomn_GetFileResourceStringVersionStamp(pluginPath, version, sizeof version);
+    if (!qelcomn_GetFileResourceStringVersionStamp(pluginPath, version, sizeof version)) {
+        std::fputs("agent: the plug-in tells no version\n", stderr);
+        return 1;
+    }
     std::printf("plug-in %s\n", version);
     if (!isPlatformSupported())
         return 1;

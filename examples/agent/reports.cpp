@@ -8,18 +8,31 @@
 #include <algorithm>
 #include <cstdio>
 #include <map>
+#include <new>
 #include <vector>
 
 using namespace velmora_com::vta;
 
 namespace {
 
+/** A text in UTF-8. The library gives an empty one where memory runs out, which a report must not pass on as a fact. */
+std::string narrow(const std::wstring &text) {
+    std::string converted = qelcomn_wide_to_ansi(text);
+    if (converted.empty() && !text.empty())
+        throw std::bad_alloc();
+    return converted;
+}
+
+/** The whole report; throws rather than to leave a part out. */
 std::string collect(const std::string &title) {
     std::map<std::wstring, std::wstring> properties;
     sysprops::ISysProps().GetAllSystemProperties(properties); // a fresh object: no stale values
-    std::string text = title + "\n" + qelcomn_get_time_stamp_ansi() + "\n";
+    const std::string stamp = qelcomn_get_time_stamp_ansi();
+    if (properties.empty() || stamp.empty())
+        throw std::bad_alloc();
+    std::string text = title + "\n" + stamp + "\n";
     for (const auto &[name, value] : properties)
-        text += qelcomn_wide_to_ansi(name) + "=" + qelcomn_wide_to_ansi(value) + "\n";
+        text += narrow(name) + "=" + narrow(value) + "\n";
     return text;
 }
 
@@ -49,8 +62,10 @@ std::vector<std::string> findReports(const std::string &folder) {
 std::string writeReport(const std::string &folder, const std::string &title, int number) {
     const std::string name = fileName(number);
     const std::string text = collect(title);
+    // Under its own name there is the whole report or none.
+    const std::string whole = folder + "/" + name, unfinished = folder + "/unfinished-" + std::to_string(number);
     qeFileObject *file = nullptr;
-    if (qeCreateFile((folder + "/" + name).c_str(), ZORCOMN_WRITE, 0, ZORCOMN_CREATE_NEW, ZORCOMN_NORMAL, &file) !=
+    if (qeCreateFile(unfinished.c_str(), ZORCOMN_WRITE, 0, ZORCOMN_CREATE_ALWAYS, ZORCOMN_NORMAL, &file) !=
         ZORCOMN_SUCCESS)
         return {};
     uint32_t written = 0;
@@ -58,7 +73,10 @@ std::string writeReport(const std::string &folder, const std::string &title, int
         file->ops->write(file, text.data(), static_cast<uint32_t>(text.size()), &written) == ZORCOMN_SUCCESS &&
         written == text.size();
     const bool isClosed = file->ops->close(file) == ZORCOMN_SUCCESS;
-    return isWhole && isClosed ? name : std::string();
+    if (isWhole && isClosed && qelMoveFile(unfinished.c_str(), whole.c_str()) == 1)
+        return name;
+    std::remove(unfinished.c_str());
+    return {};
 }
 
 void pruneReports(const std::string &folder, size_t keep) {
