@@ -15,6 +15,8 @@ run_deep() {
         step "both commands on Debian $release" scripts/try-debian "$release"
     done
     counted 'mutation: 300 changes' build/deep/mutation scripts/mutate 300
+    build 'every fault' build/test -DZORCOMN_TESTS=ON -DZORCOMN_WERROR=ON &&
+        rm -f build/deep/faults.txt && ZORCOMN_TORTURE_ALL=$PWD/build/deep suite 'every fault' build/test -R '^Tortured?'
     print_table
     [[ $failed == 0 ]]
 }

@@ -69,6 +69,8 @@ Figures tortureAll(bool isWarm) {
     for (const Case &one : allCases()) {
         if (only && !std::strstr(one.functions, only))
             continue;
+        if (!isSampled(sampleSeed(), std::hash<std::string>()(one.functions), ZORCOMN_TORTURE_CASE_RATE))
+            continue;
         const Figures figures = torture(one, isWarm, sampleSeed(), ZORCOMN_TORTURE_RATE);
         for (const std::string &message : figures.messages)
             ADD_FAILURE() << message;

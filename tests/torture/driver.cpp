@@ -1,4 +1,5 @@
 #include "tests/torture/driver.h"
+#include "tests/torture/machine_files.h"
 
 #include "zorcomn/lists_locks.h"
 #include "zorcomn/portability.h"
@@ -10,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -206,6 +208,7 @@ Record idleRecord;
     itimerval limit = {};
     limit.it_value.tv_sec = kSecondsPerRun;
     setitimer(ITIMER_REAL, &limit, nullptr);
+    tzset(); // until then the C library has another name for the zone
     setPlan({}, &idleRecord, false);
     if (isWarm)
         use(one, report.second);
@@ -310,7 +313,7 @@ std::string planText(const Plan &plan, const Record &record) {
                        : plan.fault == Fault::Call            ? "call "
                                                               : "calls from ";
     text += std::to_string(plan.nth);
-    if (record.name)
+    if (record.name[0] != '\0')
         text +=
             std::string(" (") + record.name + ", " +
             (record.error ? strerrorname_np(record.error) ? strerrorname_np(record.error) : std::to_string(record.error)
@@ -359,7 +362,7 @@ private:
         }
         bool ignored = false;
         const Outcome outcome = read(m_first.c_str());
-        std::string wrong = judge(m_usual.outcome, outcome, m_function, isFailure);
+        std::string wrong = judge(m_usual.outcome, outcome, m_function.c_str(), isFailure);
         const Outcome next = read(m_second.c_str());
         std::string after = judge(m_usual.outcome, next, nullptr, ignored);
         if (after.empty() && (next.hasFailed() != m_usual.outcome.hasFailed() || ignored))
@@ -383,17 +386,9 @@ private:
     Usual &m_usual;
     Figures &m_figures;
     std::string m_first, m_second;
-    const char *m_function = nullptr;
+    std::string m_function;
     Holdings m_holdings = {};
 };
-
-uint64_t mixed(uint64_t value) {
-    value ^= value >> 33;
-    value *= 0xff51afd7ed558ccdull;
-    value ^= value >> 33;
-    value *= 0xc4ceb9fe1a85ec53ull;
-    return value ^ value >> 33;
-}
 
 } // namespace
 
@@ -410,26 +405,6 @@ std::string Outcome::narrow(const std::wstring &text) {
     for (const wchar_t character : text)
         narrow += character < 128 ? static_cast<char>(character) : '?';
     return narrow;
-}
-
-void Figures::add(const Figures &other) {
-    calls += other.calls;
-    runs += other.runs;
-    right += other.right;
-    failed += other.failed;
-    wrong += other.wrong;
-    messages.insert(messages.end(), other.messages.begin(), other.messages.end());
-}
-
-uint64_t sampleSeed() {
-    if (std::getenv("ZORCOMN_TORTURE_ALL"))
-        return 0;
-    const char *const epoch = std::getenv("SOURCE_DATE_EPOCH");
-    return mixed(epoch ? std::strtoull(epoch, nullptr, 10) : ZORCOMN_COMMIT_DATE) | 1;
-}
-
-bool isSampled(uint64_t seed, uint64_t number, uint64_t rate) {
-    return seed == 0 || mixed(seed + number) % rate == 0;
 }
 
 Figures torture(const Case &one, bool isWarm, uint64_t seed, uint64_t rate) {
@@ -465,29 +440,9 @@ Figures torture(const Case &one, bool isWarm, uint64_t seed, uint64_t rate) {
     return figures;
 }
 
-void tell(const char *subject, const Figures &figures) {
-    std::printf("%s: %d calls, %d runs, %d right, %d failed as stated, %d wrong\n", subject, figures.calls,
-                figures.runs, figures.right, figures.failed, figures.wrong);
-    if (const char *const folder = std::getenv("ZORCOMN_TORTURE_ALL"))
-        std::ofstream(std::string(folder) + "/faults.txt", std::ios::app)
-            << subject << ": calls " << figures.calls << " runs " << figures.runs << " right " << figures.right
-            << " failed " << figures.failed << " wrong " << figures.wrong << "\n";
-}
-
 void prepareMachine() {
     const test::TemporaryFolder &folder = baseFolder();
-    folder.write("meminfo", "MemTotal:        1024000 kB\nMemFree:          512000 kB\nMemAvailable:     700000 kB\n");
-    folder.write("cpuinfo", "processor\t: 0\nvendor_id\t: GenuineIntel\ncpu family\t: 6\nmodel\t\t: 85\n"
-                            "cpu MHz\t\t: 2500.000\n\nprocessor\t: 1\n\n");
-    folder.write("stat", "cpu  1 2 3 4\nbtime 1163500000\nprocesses 12\n");
-    folder.write("nothing", "");
-    folder.write("alice", "dsAttrTypeNative:userPrincipalName: alice@example.org\n");
-    folder.write("sw_vers", "Mac OS X Server\n");
-    folder.write("sysctl", "1\n");
-    folder.write("SystemVersion.plist", "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>\n"
-                                        "<key>ProductBuildVersion</key><string>8S165 of some length</string>\n"
-                                        "<key>ProductName</key><string>Mac OS X</string>\n"
-                                        "<key>ProductVersion</key><string>10.4.11</string>\n</dict>\n</plist>\n");
+    writeMachineFiles(folder);
     std::filesystem::create_directory(workName());
     setMachine(folder.path().c_str());
     void *frames[4];

@@ -74,7 +74,7 @@ int variantsOf(const Entry &entry) {
 
 void keepRecord(const char *name, int error) {
     Record &record = *currentRecord;
-    record.name = name;
+    std::snprintf(record.name, sizeof record.name, "%s", name);
     record.error = error;
     if (wantsStackOfFault && record.hit == 0) {
         isInside = true;

@@ -30,7 +30,7 @@ struct Record {
     int32_t hit;      // whether something was made to fail
     int32_t variants; // ways in which the nth call may fail
     int32_t error;    // with which it failed
-    const char *name; // the function that failed
+    char name[40];    // the function that failed; empty: none
     int32_t depth;
     void *stack[24]; // of the failure, when asked for
 };

@@ -15,7 +15,9 @@
 #include <cerrno>
 #include <cstdlib>
 #include <iterator>
+#include <list>
 #include <new>
+#include <system_error>
 
 #include <ifaddrs.h>
 #include <net/if.h>
@@ -116,7 +118,7 @@ Texts networkTexts(ISysProps &machine) {
 template <class Collection> bool isWhole(Collection collect) {
     errno = 0;
     collect();
-    return errno != ENOMEM;
+    return errno == 0;
 }
 
 Texts userTexts(ISysProps &machine) {
@@ -379,11 +381,18 @@ void judge(Report &report, const std::vector<const Word *> &asked) {
     }
 }
 
+/** What no listed interface lacks: the library's readers give nothing where memory runs out. */
+template <class Part> Part present(Part part) {
+    if (part.empty())
+        throw std::bad_alloc();
+    return part;
+}
+
 Interface describe(const velmora_com::vta::NetInterface &record) {
-    Interface described{record.getIndex(), record.getIndexName(), record.getMACAddress(), {}};
-    for (const auto &address : record.getIPAddress())
-        described.addresses.push_back({address.getIPFamily() == AF_INET6, address.getIPAddress(),
-                                       address.getSubNetMask(), address.getSubNetAddr()});
+    Interface described{record.getIndex(), present(record.getIndexName()), present(record.getMACAddress()), {}};
+    for (const auto &address : present(record.getIPAddress()))
+        described.addresses.push_back({address.getIPFamily() == AF_INET6, present(address.getIPAddress()),
+                                       present(address.getSubNetMask()), present(address.getSubNetAddr())});
     return described;
 }
 
@@ -433,7 +442,10 @@ std::optional<std::vector<Interface>> collectInterfaces(bool includeLoopback) {
     if (!velmora_com::vta::getNetInterfacesList(list) && !hasNoAddress(includeLoopback))
         return std::nullopt;
     std::vector<Interface> interfaces;
-    for (const unsigned int index : list.getIndexes())
+    const std::list<unsigned int> indexes = list.getIndexes();
+    if (indexes.empty() && !hasNoAddress(includeLoopback))
+        throw std::bad_alloc(); // the list holds some
+    for (const unsigned int index : indexes)
         interfaces.push_back(describe(list.getNetInterface(index)));
     return interfaces;
 }
@@ -445,7 +457,7 @@ Users collectUsers(const Patience &patience) {
                           std::wstring combined;
                           if (!isWhole([&] { session::CollectLoggedonUsers(network, local, false); }) ||
                               !isWhole([&] { session::CollectAllLoggedonUsers(combined); }))
-                              throw std::bad_alloc();
+                              throw std::system_error(errno, std::generic_category());
                           Texts texts{narrow(combined), std::to_string(network.size())};
                           for (const auto *names : {&network, &local})
                               for (const std::wstring &name : *names)

@@ -66,10 +66,20 @@ int follow(const Request &request, OwnOutput &output) {
     return show(answer(request, styleOf(output), patience), output);
 }
 
+volatile std::sig_atomic_t complaintsTo = STDERR_FILENO;
+
+/** Where nothing can be caught any more: a library's destructor that needs memory, for one. */
+[[noreturn]] void giveUp() {
+    constexpr char kComplaint[] = "zorprops: cannot go on, most likely for want of memory\n";
+    static_cast<void>(!write(complaintsTo, kComplaint, sizeof kComplaint - 1));
+    _exit(NotAnswered);
+}
+
 int run(int argc, char **argv) {
     const auto parsed = parseCommandLine({argv + std::min(argc, 1), argv + argc});
     const auto *request = std::get_if<Request>(&parsed);
     OwnOutput output(request && request->verbose);
+    complaintsTo = output.messages();
     int code = NotAnswered;
     try {
         if (const auto *error = std::get_if<UsageError>(&parsed))
@@ -79,7 +89,8 @@ int run(int argc, char **argv) {
         else
             code = follow(*request, output);
     } catch (const std::exception &error) {
-        output.tell(std::string("zorprops: ") + error.what() + "\n");
+        for (const char *const part : {"zorprops: ", error.what(), "\n"}) // there may be no memory to put them together
+            output.tell(part);
     }
     if (Workers::haveLeftOneBehind())
         _exit(code);
@@ -91,6 +102,7 @@ int run(int argc, char **argv) {
 } // namespace zorprops
 
 int main(int argc, char **argv) {
+    std::set_terminate(zorprops::giveUp);
     try {
         return zorprops::run(argc, argv);
     } catch (const std::exception &error) {

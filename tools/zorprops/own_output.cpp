@@ -87,7 +87,7 @@ OwnOutput::~OwnOutput() {
             close(descriptor);
 }
 
-void OwnOutput::tell(const std::string &text) const {
+void OwnOutput::tell(std::string_view text) const {
     for (size_t written = 0; m_messages >= 0 && written < text.size();) {
         const ssize_t count = ::write(m_messages, text.data() + written, text.size() - written);
         if (count >= 0)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace zorprops {
 
@@ -22,7 +23,7 @@ public:
     /** Writes all of text and closes; 0, or the errno of what failed first. */
     int finish(const std::string &text);
     /** Writes to standard error. */
-    void tell(const std::string &text) const;
+    void tell(std::string_view text) const;
     /** For waiting until its reader is gone; -1 when it is closed. */
     int descriptor() const { return m_descriptor; }
     /** Where tell writes; -1 when there is nowhere. */
