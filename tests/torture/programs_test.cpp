@@ -174,6 +174,9 @@ std::string judgeReporter(const Ended &usual, const Ended &end, const Record &re
         return "";
     if (end.code == 0)
         return end.output == usual.output || isStated(record) ? "" : "another answer, exit 0:\n" + end.output;
+    // Without a descriptor of its own for standard error the reporter has nowhere to speak; its exit code tells.
+    if (std::strcmp(record.name, "fcntl64") == 0)
+        return "";
     return end.errors.size() > usual.errors.size() ? "" : "exit " + std::to_string(end.code) + " without a word";
 }
 
