@@ -17,8 +17,7 @@ namespace zor {
 
 namespace {
 
-constexpr char kEnd[] = "\004\004zorcomn: end\004\004";
-constexpr size_t kEndLength = sizeof kEnd - 1;
+constexpr size_t kEndLength = sizeof kEndOfOutput - 1;
 
 /** A word of the shell's that stands for the text itself. */
 std::string quoted(const std::string &text) {
@@ -37,7 +36,7 @@ std::string inCleanEnvironment(const std::string &script) {
 } // namespace
 
 std::optional<std::string> commandOutput(const char *command, size_t maxBytes) {
-    const std::string script = command + ("\nprintf %s " + quoted(kEnd) + " 2>/dev/null");
+    const std::string script = command + ("\nprintf %s " + quoted(kEndOfOutput) + " 2>/dev/null");
     const std::string started = host::hasRaisedPrivileges() ? inCleanEnvironment(script) : script;
     std::string output(maxBytes + kEndLength, '\0');
     const Pipe pipe = host::startCommand(started.c_str());
@@ -47,12 +46,12 @@ std::optional<std::string> commandOutput(const char *command, size_t maxBytes) {
         return std::nullopt;
     size_t end = std::string::npos;
     // The first maxBytes are known when nothing among them may still turn out to be the mark's beginning.
-    for (size_t length = 0; length < maxBytes || output.find(kEnd[0]) < maxBytes;) {
+    for (size_t length = 0; length < maxBytes || output.find(kEndOfOutput[0]) < maxBytes;) {
         const ssize_t got = length == output.size() ? 0 : retryInterrupted([&] {
             return read(fileno(pipe.get()), output.data() + length, output.size() - length);
         });
         length += got > 0 ? static_cast<size_t>(got) : 0;
-        end = output.find(kEnd);
+        end = output.find(kEndOfOutput);
         if (end != std::string::npos)
             break;
         if (got < 0)

@@ -443,7 +443,7 @@ TEST_F(MadeUpMachine, Users_AreLookedUpOnlyWhenAskedFor) {
         zor::test::PrivateMachine files;
         files.place("/var/run/utmp", "");
         files.placeScript("/usr/bin/dscl", "");
-        files.place("/bin/sh", "#!/bin/bash\necho started >> /mnt/shells\n", 0755);
+        files.place("/bin/sh", "#!/bin/bash\necho started >> /mnt/shells\nexec /bin/bash \"$@\"\n", 0755);
         zor::test::writeLoginRecords("/var/run/utmp", {userRecord("1", "zoe")});
         ASSERT_TRUE(files.isReady());
         for (const char *name : {"TimeZone", "ComputerName", "IPXAddress", "OSType"})
@@ -461,7 +461,7 @@ TEST_F(MadeUpMachine, NobodyLoggedOn_StartsNoCommand) {
         zor::test::PrivateMachine files;
         files.place("/var/run/utmp", "");
         files.placeScript("/usr/bin/dscl", "");
-        files.place("/bin/sh", "#!/bin/bash\necho started >> /mnt/shells\n", 0755);
+        files.place("/bin/sh", "#!/bin/bash\necho started >> /mnt/shells\nexec /bin/bash \"$@\"\n", 0755);
         zor::test::writeLoginRecords("/var/run/utmp", {});
         ASSERT_TRUE(files.isReady());
         EXPECT_EQ(runProgram({"--json"}).code, 0);

@@ -366,7 +366,7 @@ void blame(Report &report, Source source, const std::vector<const Word *> &asked
 void collectHere(Report &report, const Share &share, const std::vector<const Word *> &asked) {
     try {
         enter(report, textsOf(share));
-    } catch (const std::bad_alloc &) {
+    } catch (const std::exception &) {
         blame(report, share.source, asked, Outcome::Failed);
     }
 }

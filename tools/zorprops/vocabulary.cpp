@@ -49,7 +49,7 @@ const std::vector<Word> &properties() {
         {"SubnetAddress", Source::Network, Type::Text, "", "subnet of that address", Prompt},
         {"NETAddress", Source::Network, Type::Text, "", "hardware address of the interface that carries it", Prompt},
         {"IPXAddress", Source::Network, Type::Text, "", "told by no system", Prompt},
-        {"UserName", Source::Users, Type::Text, "", "who is logged on, network users first", 0},
+        {"UserName", Source::Users, Type::Text, "", "who is logged on, network users first", Always},
         {"DefaultLangID", Source::Users, Type::Text, "", "language: 0409, 0809 or 0411", Always | Prompt},
         {"TimeZone", Source::Users, Type::Text, "", "name of the standard time", Prompt},
         {"LastUpdate", Source::Users, Type::Time, "", "when this report was collected, in local time",
