@@ -460,7 +460,7 @@ TEST_F(MadeUpMachine, NobodyLoggedOn_StartsNoCommand) {
     EXPECT_TRUE(childPasses([] {
         zor::test::PrivateMachine files;
         files.place("/var/run/utmp", "");
-        files.placeScript("/usr/bin/dscl", "");
+        files.place("/usr/bin/dscl", "#!/bin/bash\n", 0755);
         files.place("/bin/sh", "#!/bin/bash\necho started >> /mnt/shells\nexec /bin/bash \"$@\"\n", 0755);
         zor::test::writeLoginRecords("/var/run/utmp", {});
         ASSERT_TRUE(files.isReady());
