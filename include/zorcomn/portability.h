@@ -523,8 +523,8 @@ ZORCOMN_API qelFindData *qelSetFindDataDirEnt(qelFindData *data, const struct di
  * is any bytes, also none; a pattern matches every name that begins with what it matches ("abc" matches "abcdef",
  * "*.log" matches "a.log.1"). A '*' reached at the end of the name is a match, whatever follows it in the pattern
  * ("a*b" matches "a"); what follows a '*' is never tried at the end of the name ("*b*" does not match "a"). No
- * character escapes. Takes no memory, and time in proportion to both lengths; only where '?' stands between stars, up to
- * the product of what stands between them and the name.
+ * character escapes. Takes no memory, and time in proportion to both lengths; only where '?' stands between stars, up
+ * to the product of what stands between them and the name.
  * @param pattern  null or empty matches everything.
  * @param name     null counts as empty.
  * @return as a comparison: 0 when the name matches, 1 when it does not.

@@ -44,8 +44,8 @@ template <size_t size> std::string fieldText(const char (&field)[size]) {
     return {field, zor::boundedLength(field, size)};
 }
 
-/** The next login record, good until the one after it is asked for; null behind the last. One that cannot be read is not
- * taken for the end. */
+/** The next login record, good until the one after it is asked for; null behind the last. One that cannot be read is
+ * not taken for the end. */
 const utmpx *nextRecord() ZORCOMN_REQUIRES(loginDatabaseMutex) {
     errno = 0;
     const utmpx *record = getutxent();
