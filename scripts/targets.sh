@@ -298,6 +298,7 @@ run_all() {
         -isystem "$PWD/build/headers"
     counted "Mac OS X 10.5, PowerPC: the seam's records" build/ppc/run scripts/darwin/run_10_5 build/ppc/include \
         build/ppc/run
+    row "./test --deep, last run whole: $(sed -n 's/^Last whole run of `.\/test --deep`: //p' docs/reliability.md)"
 
     print_table
     [[ $failed == 0 ]]

@@ -7,10 +7,13 @@
 #include "source/platform/failure.h"
 #include "source/platform/open.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace zor {
@@ -33,35 +36,38 @@ std::string inCleanEnvironment(const std::string &script) {
     return "exec /usr/bin/env -i PATH=/usr/bin:/bin:/usr/sbin:/sbin /bin/sh -c " + quoted(script);
 }
 
+/** Closes a command's pipe; whether its shell left by itself, and was not ended before its time. */
+bool hasExited(Pipe pipe) {
+    const int status = pclose(pipe.release());
+    return status != -1 && WIFEXITED(status);
+}
+
 } // namespace
 
 std::optional<std::string> commandOutput(const char *command, size_t maxBytes) {
     const std::string script = command + ("\nprintf %s " + quoted(kEndOfOutput) + " 2>/dev/null");
     const std::string started = host::hasRaisedPrivileges() ? inCleanEnvironment(script) : script;
     std::string output(maxBytes + kEndLength, '\0');
-    const Pipe pipe = host::startCommand(started.c_str());
+    Pipe pipe = host::startCommand(started.c_str());
     if (!pipe && errno == ENOMEM)
         fail(ENOMEM);
     if (!pipe)
         return std::nullopt;
-    size_t end = std::string::npos;
+    size_t length = 0, end = std::string::npos;
     // The first maxBytes are known when nothing among them may still turn out to be the mark's beginning.
-    for (size_t length = 0; length < maxBytes || output.find(kEndOfOutput[0]) < maxBytes;) {
-        const ssize_t got = length == output.size() ? 0 : retryInterrupted([&] {
-            return read(fileno(pipe.get()), output.data() + length, output.size() - length);
-        });
-        length += got > 0 ? static_cast<size_t>(got) : 0;
-        end = output.find(kEndOfOutput);
-        if (end != std::string::npos)
-            break;
+    while (length < output.size() && (length < maxBytes || output.find(kEndOfOutput[0]) < maxBytes)) {
+        const ssize_t got =
+            retryInterrupted([&] { return read(fileno(pipe.get()), &output[length], output.size() - length); });
         if (got < 0)
             fail(errno);
-        if (got == 0 && length < output.size())
-            fail(EIO); // the shell was ended before its last words
-        if (got == 0)
+        length += static_cast<size_t>(got);
+        end = got > 0 ? output.find(kEndOfOutput) : length;
+        if (got == 0 && !hasExited(std::move(pipe)))
+            fail(EIO);
+        if (end != std::string::npos)
             break;
     }
-    output.resize(end < maxBytes ? end : maxBytes);
+    output.resize(std::min(end, maxBytes));
     return output;
 }
 
