@@ -148,8 +148,10 @@ int run(const std::string &folder, const char *pluginPath, const std::string &ho
         return 1;
     }
     std::printf("plug-in %s\n", version);
-    if (!isPlatformSupported())
+    if (!isPlatformSupported()) {
+        std::fputs("agent: the plug-in is not for this platform\n", stderr);
         return 1;
+    }
     findLocalAddress(host, port);
 
     qeSO_ProcessAttach();

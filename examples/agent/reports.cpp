@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <map>
 #include <new>
+#include <stdexcept>
 #include <vector>
 
 using namespace velmora_com::vta;
@@ -37,8 +38,10 @@ std::string collect(const std::string &title) {
 }
 
 std::string fileName(int number) {
-    char stamp[15]; // 14 digits and the terminator
+    char stamp[15] = ""; // 14 digits and the terminator
     qelcomn_CreateLocalTimeStampA(stamp, sizeof stamp);
+    if (stamp[0] == '\0')
+        throw std::runtime_error("no time for the report's name");
     char name[64];
     std::snprintf(name, sizeof name, "report-%s-%06d.txt", stamp, number);
     return name;

@@ -21,15 +21,24 @@ Workers::Workers(uint32_t count)
     if (qeSLL2_Create(&m_jobs) != ZORCOMN_SUCCESS || !m_jobs || !m_jobWaits || !m_stop || !m_allLeave)
         throw std::runtime_error("no memory for the list of jobs");
     m_working = static_cast<int32_t>(count);
-    for (uint32_t i = 0; i < count; ++i) {
+    m_threads.reserve(count);
+    while (m_threads.size() < count) {
         const HANDLE thread = qelCreateThread(nullptr, 0, run, this, 0, nullptr);
-        if (!thread)
+        if (!thread) {
+            for (size_t missing = m_threads.size(); missing < count; ++missing)
+                leave(); // so that the others wait for none of them
+            end();
             throw std::runtime_error("no thread");
+        }
         m_threads.push_back(thread);
     }
 }
 
 Workers::~Workers() {
+    end();
+}
+
+void Workers::end() {
     qelSetEvent(m_stop);
     for (const HANDLE thread : m_threads) {
         qelWaitForSingleObject(thread, ZORCOMN_INFINITE);
@@ -73,8 +82,12 @@ Workers::Job *Workers::nextJob() {
     return reinterpret_cast<Job *>(qeSLL2_XRemoveHead(m_jobs));
 }
 
-void Workers::leaveTogether() {
+void Workers::leave() {
     if (qelInterlockedDecrement(&m_working) == 0)
         qelSetEvent(m_allLeave);
+}
+
+void Workers::leaveTogether() {
+    leave();
     qelWaitForSingleObject(m_allLeave, ZORCOMN_INFINITE);
 }

@@ -27,7 +27,9 @@ private:
     static uint32_t run(void *self);
     void doJobs();
     Job *nextJob();
+    void leave();
     void leaveTogether();
+    void end();
 
     qeSLL2 *m_jobs = nullptr;
     HANDLE m_jobWaits;
