@@ -4,7 +4,7 @@
 least_lines=97 least_branches=90
 
 run_coverage() {
-    local folder=build/coverage flags='-O0 -g1 --coverage -fprofile-update=atomic'
+    local folder=build/coverage flags='-O0 -g1 --coverage -fprofile-update=atomic -DZORCOMN_COUNTS_WHAT_RUNS'
     configure "$folder" -DZORCOMN_TESTS=ON -DZORCOMN_HARDENING=OFF -DCMAKE_BUILD_TYPE=Debug \
         -DCMAKE_CXX_FLAGS_DEBUG="$flags" -DCMAKE_C_FLAGS_DEBUG="$flags" >/dev/null
     ninja -C "$folder" --quiet >&2

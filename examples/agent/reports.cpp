@@ -63,7 +63,7 @@ std::vector<std::string> findReports(const std::string &folder) {
 } // namespace
 
 std::string writeReport(const std::string &folder, const std::string &title, int number) {
-    const std::string name = fileName(number);
+    std::string name = fileName(number);
     const std::string text = collect(title);
     // Under its own name there is the whole report or none.
     const std::string whole = folder + "/" + name, unfinished = folder + "/unfinished-" + std::to_string(number);

@@ -252,13 +252,13 @@ static const char *dw_inet_ntop(int family, const void *from, char *to, socklen_
 static int dw_inet_pton(int family, const char *from, void *to) {
     return inet_pton(hostFamily(family), from, to);
 }
+static int lookUpError; // one for all threads there, too; the numbers agree
 /** Each thread has an answer of its own there; the record agrees but for the family's number. */
 static struct hostent *dw_gethostbyname(const char *name) {
     static __thread struct hostent answer;
     static __thread char buffer[65536];
     struct hostent *found = NULL;
-    int error;
-    if (gethostbyname_r(name, &answer, buffer, sizeof buffer, &found, &error) != 0 || !found)
+    if (gethostbyname_r(name, &answer, buffer, sizeof buffer, &found, &lookUpError) != 0 || !found)
         return NULL;
     answer.h_addrtype = darwinFamily(answer.h_addrtype);
     return &answer;
@@ -268,7 +268,7 @@ static struct hostent *dw_gethostbyname(const char *name) {
 const struct name networkNames[] = {
     N(getifaddrs), N(freeifaddrs), N(getaddrinfo), N(freeaddrinfo), N(getnameinfo), N(gai_strerror), N(socket),
     N(socketpair), N(connect), N(bind), N(accept), N(getsockname), N(getpeername), N(getsockopt), N(setsockopt),
-    N(recv), N(send), N(ioctl), N(inet_ntop), N(inet_pton), N(gethostbyname), SAME(listen), SAME(shutdown),
+    N(recv), N(send), N(ioctl), N(inet_ntop), N(inet_pton), N(gethostbyname), NAMED("_h_errno", &lookUpError), SAME(listen), SAME(shutdown),
     SAME(poll), SAME(if_nametoindex), SAME(if_indextoname), SAME(gethostname), SAME(sethostname), SAME(setdomainname),
     {NULL, NULL},
 };
