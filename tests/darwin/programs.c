@@ -142,7 +142,7 @@ const struct name programNames[] = {
     NAMED("__dyld_register_func_for_remove_image", dw_nothing),
     NAMED("__dyld_register_func_for_add_image", dw_nothing), NAMED("__tlv_bootstrap", &threadLocalMark),
     NAMED("__exit", _exit), SAME(__cxa_atexit), SAME(__cxa_finalize), SAME(abort), SAME(atexit), SAME(fork),
-    SAME(execv), SAME(execve), SAME(execvp), SAME(getenv), SAME(setenv), SAME(unsetenv), SAME(putenv), SAME(malloc),
+    SAME(execl), SAME(execv), SAME(execve), SAME(execvp), SAME(getenv), SAME(setenv), SAME(unsetenv), SAME(putenv), SAME(malloc),
     SAME(calloc), SAME(realloc), SAME(free), SAME(aligned_alloc), SAME(posix_memalign), SAME(rand), SAME(srand),
     SAME(qsort), SAME(bsearch), SAME(realpath), SAME(readv), SAME(writev), SAME(__divti3), SAME(__modti3),
     SAME(__udivti3), SAME(__umodti3), {NULL, NULL},
