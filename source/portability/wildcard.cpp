@@ -20,9 +20,11 @@ bool fitsAt(const char *run, size_t length, const char *name) {
     return true;
 }
 
-/** The first place at which a run fits, not at the end itself; null for none. */
+/** The first place at which a run fits, not at the end itself; null for none. The search that takes time in proportion
+ * to a long run prepares more than trying a short one everywhere costs. */
 const char *firstFit(const char *run, size_t length, const char *rest, const char *end) {
-    if (!std::memchr(run, '?', length))
+    constexpr size_t kShortRun = 16;
+    if (length > kShortRun && !std::memchr(run, '?', length))
         return zor::findText(rest, static_cast<size_t>(end - rest), run, length);
     for (; rest != end; ++rest)
         if (fitsAt(run, length, rest))
