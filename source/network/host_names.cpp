@@ -5,6 +5,7 @@
 
 #include "zorcomn/network.h"
 
+#include "source/platform/failure.h"
 #include "source/platform/host.h"
 #include "source/platform/posix.h"
 #include "source/portability/transcoding.h"
@@ -39,8 +40,14 @@ const std::optional<std::string> &HostNames::own() {
 }
 
 const std::optional<std::string> &HostNames::official() {
-    if (!m_official)
-        m_official = own() ? host::officialHostName(own()->c_str()) : std::nullopt;
+    if (!m_official) {
+        errno = 0;
+        const std::optional<std::string> &name = own();
+        std::optional<std::string> official = name ? host::officialHostName(name->c_str()) : std::nullopt;
+        if (name && !official)
+            failOnShortage(errno);
+        m_official = std::move(official);
+    }
     return *m_official;
 }
 

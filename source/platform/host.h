@@ -52,7 +52,7 @@ std::optional<int64_t> bootTimeSeconds();
 std::optional<std::string> nisDomainName();
 
 /** The official name that gethostbyname gives for a host, in an answer of the calling thread's own; nothing when the
- * resolver does not know the host. Throws when it could not look, for want of memory or descriptors. */
+ * resolver does not know the host. errno is 0, or the number of what the resolver lacked to look. */
 std::optional<std::string> officialHostName(const char *name);
 
 struct MountedFileSystem {

@@ -2,7 +2,7 @@
 
 #include "source/platform/host.h"
 
-#include "source/platform/failure.h"
+#include <cerrno>
 
 #include <netdb.h>
 
@@ -11,8 +11,8 @@ namespace zor::host {
 std::optional<std::string> officialHostName(const char *name) {
     errno = 0;
     const hostent *found = gethostbyname(name);
-    if (!found && h_errno == NETDB_INTERNAL)
-        failOnShortage(errno);
+    if (found || h_errno != NETDB_INTERNAL)
+        errno = 0;
     return found && found->h_name ? std::optional<std::string>(found->h_name) : std::nullopt;
 }
 

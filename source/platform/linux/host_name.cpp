@@ -2,8 +2,6 @@
 
 #include "source/platform/host.h"
 
-#include "source/platform/failure.h"
-
 #include <cerrno>
 
 #include <netdb.h>
@@ -18,13 +16,11 @@ std::optional<std::string> officialHostName(const char *name) {
         hostent *found = nullptr;
         int resolverError = 0;
         const int error = gethostbyname_r(name, &entry, buffer.data(), buffer.size(), &found, &resolverError);
+        errno = error == ERANGE ? 0 : error; // a resolver that fails within itself gives the number of what it lacked
         if (error == 0)
             return found && found->h_name ? std::optional<std::string>(found->h_name) : std::nullopt;
-        if (error != ERANGE || buffer.size() >= kLargestAnswer) {
-            // A resolver that fails within itself gives the number of what it lacked.
-            failOnShortage(error);
+        if (error != ERANGE || buffer.size() >= kLargestAnswer)
             return std::nullopt;
-        }
         buffer.resize(2 * buffer.size());
     }
 }
