@@ -25,3 +25,6 @@ void _ZdlPv(void *memory) {
 void __cxa_pure_virtual(void) {
     abort();
 }
+
+/** A variable there, a macro here; the made-up resolver never lacks anything. */
+int h_errno;
