@@ -2,6 +2,7 @@
 // ZORCOMN_TORTURE_ALL names the folder for the figures. ZORCOMN_TORTURE_ONLY limits both to calls with that text in
 // their names, ZORCOMN_TORTURE_STACKS tells where each fault happened.
 
+#include "tests/support/loopback.h"
 #include "tests/torture/driver.h"
 
 #include <cstdio>
@@ -115,5 +116,6 @@ TEST(Torture, EachCallUsedFirst_AnswersRightlyOrFails) {
 int main(int argc, char **argv) {
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ); // what was told is not lost with a child
     testing::InitGoogleTest(&argc, argv);
+    zor::test::ensureLoopback();
     return RUN_ALL_TESTS();
 }
