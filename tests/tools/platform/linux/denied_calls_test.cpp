@@ -39,7 +39,13 @@ const std::set<long> kIndispensable = {SYS_exit, SYS_exit_group, SYS_execve, SYS
 // no figures (fstatfs) is passed over by rule.
 const std::map<long, std::set<std::string>> kUntold = {
     {SYS_lseek, {"IPHostName", "DomainName"}},
+#ifdef SYS__llseek
+    {SYS__llseek, {"IPHostName", "DomainName"}}, // where a file's place has more bits than a word
+#endif
     {SYS_fstatfs, {"NumberOfFileSystems", "TotalDiskSpace"}},
+#ifdef SYS_fstatfs64
+    {SYS_fstatfs64, {"NumberOfFileSystems", "TotalDiskSpace"}},
+#endif
 };
 
 /** The system calls that a report makes, from after the loader's first one on. */
